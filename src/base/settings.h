@@ -8,8 +8,8 @@
 // call a no-op. Errors are never reported: a failed read yields 0 or empty text,
 // a failed write false.
 //
-// Key paths are written with backslashes on every platform ("Software\Orvandelle\
-// Tessaroven\Ref"), as in the registry. Every function may be called from any
+// Key paths are written with backslashes on every platform, as in the registry
+// ("Software\Orvandelle\Tessaroven\Ref"). Every function may be called from any
 // thread once the two defaults are set at start-up.
 #pragma once
 

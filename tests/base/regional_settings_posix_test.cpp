@@ -1,0 +1,74 @@
+#include <stdlib.h>
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include "base/format.h"
+#include "base/regional_settings.h"
+#include "base/settings.h"
+
+namespace tessaroven {
+
+// Defined beside the portable tests.
+void PrintTo(const RegionalSettings& s, std::ostream* os);
+
+namespace test {
+
+void EraseStoredRegionalValue(std::u16string_view name) {
+  // The settings API has no delete; an empty text reads exactly like a missing
+  // one.
+  SettingsSetString(u"", name, SettingsRoot::CurrentUser, kRegionalSettingsKeyPath);
+}
+
+}  // namespace test
+
+namespace {
+
+// Sets LC_ALL for one test and puts the old value back.
+class ScopedLcAll {
+ public:
+  explicit ScopedLcAll(const char* value) {
+    if (const char* old = getenv("LC_ALL")) old_ = old;
+    setenv("LC_ALL", value, 1);
+  }
+  ~ScopedLcAll() {
+    if (old_)
+      setenv("LC_ALL", old_->c_str(), 1);
+    else
+      unsetenv("LC_ALL");
+  }
+  ScopedLcAll(const ScopedLcAll&) = delete;
+  ScopedLcAll& operator=(const ScopedLcAll&) = delete;
+
+ private:
+  std::optional<std::string> old_;
+};
+
+class RegionalCLocale : public testing::TestWithParam<const char*> {};
+
+TEST_P(RegionalCLocale, StillGroupsWithComma) {
+  const ScopedLcAll locale(GetParam());
+  const RegionalValues values = PlatformRegionalValues();
+  EXPECT_EQ(values.decimal, u".");
+  EXPECT_EQ(values.thousand, u"");
+  EXPECT_EQ(values.grouping, u"");
+  EXPECT_EQ(values.time, u":");
+  // The C locale has no group separator; the fallback keeps numbers grouped.
+  const RegionalSettings regional = ResolveRegionalSettings({}, values);
+  EXPECT_EQ(FormatSize(1024 * 1024 - 1, false, regional), u"1,024 KB");
+  EXPECT_EQ(FormatSize(-1024 * 1024, false, regional), u"-1.00 MB");
+}
+
+INSTANTIATE_TEST_SUITE_P(Regional, RegionalCLocale, testing::Values("C", "C.UTF-8", "POSIX"));
+
+TEST(RegionalPosix, UnknownLocaleGivesFallbacks) {
+  // A LANG naming a locale that is not installed is common on minimal systems.
+  const ScopedLcAll locale("xx_XX.UTF-8");
+  EXPECT_EQ(ResolveRegionalSettings({}, PlatformRegionalValues()), RegionalSettings{});
+}
+
+}  // namespace
+}  // namespace tessaroven

@@ -1,0 +1,117 @@
+#include "base/temp_file.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "base/platform.h"
+#include "base/text.h"
+#include "support/test_env.h"
+
+namespace tessaroven {
+namespace {
+
+using test::FileExists;
+using test::ReadBytes;
+using test::WriteBytes;
+
+void RemoveFile(const std::u16string& path) {
+  std::error_code error;
+  std::filesystem::remove(std::filesystem::path(ToOsString(path)), error);
+}
+
+TEST(TempFile, TempFolderIsTheEnvironmentsAndEndsInSeparator) {
+  // The test main points the temporary folder at "tmp" below the run's root.
+  EXPECT_EQ(TempFolder(), test::TestRoot() + u"tmp" + kPathSeparator);
+}
+
+struct PrefixCase {
+  const char* name;
+  std::u16string prefix;
+  std::u16string expected;
+};
+
+class TempFilePrefix : public testing::TestWithParam<PrefixCase> {};
+
+TEST_P(TempFilePrefix, CreatesAnEmptyFileNamedFromThePrefix) {
+  const auto& c = GetParam();
+  std::u16string path;
+  ASSERT_TRUE(CreateTempFile(path, c.prefix));
+  const std::u16string head = TempFolder() + c.expected;
+  EXPECT_EQ(path.substr(0, head.size()), head);
+  EXPECT_GT(path.size(), head.size() + 4) << "no unique part";
+  EXPECT_EQ(path.substr(path.size() - 4), u".tmp");
+  EXPECT_TRUE(FileExists(path));
+  EXPECT_EQ(ReadBytes(path), "");
+  RemoveFile(path);
+}
+
+INSTANTIATE_TEST_SUITE_P(TempFile, TempFilePrefix,
+                         testing::Values(PrefixCase{"Given", u"QzS", u"QzS"},
+                                         PrefixCase{"EmptyMeansDefault", u"", u"TMP"}),
+                         [](const auto& p) { return std::string(p.param.name); });
+
+TEST(TempFile, DefaultArgumentIsTmp) {
+  std::u16string path;
+  ASSERT_TRUE(CreateTempFile(path));
+  EXPECT_EQ(path.substr(0, TempFolder().size() + 3), TempFolder() + u"TMP");
+  RemoveFile(path);
+}
+
+TEST(TempFile, ThePreviousFileIsDeletedFirst) {
+  std::u16string path;
+  ASSERT_TRUE(CreateTempFile(path, u"QzS"));
+  const std::u16string first = path;
+  ASSERT_TRUE(WriteBytes(first, "list of files"));
+
+  ASSERT_TRUE(CreateTempFile(path, u"QzS"));
+  EXPECT_FALSE(FileExists(first));
+  EXPECT_TRUE(FileExists(path));
+  EXPECT_EQ(ReadBytes(path), "");
+  RemoveFile(path);
+}
+
+TEST(TempFile, APreviousPathThatIsGoneIsNoProblem) {
+  test::TempDir dir;
+  std::u16string path = dir / u"never-existed.tmp";
+  ASSERT_TRUE(CreateTempFile(path));
+  EXPECT_TRUE(FileExists(path));
+  RemoveFile(path);
+}
+
+TEST(TempFile, ManyFilesAllGetTheirOwnName) {
+  std::set<std::u16string> names;
+  std::vector<std::u16string> made;
+  for (int i = 0; i < 300; ++i) {
+    std::u16string path;
+    ASSERT_TRUE(CreateTempFile(path, u"Uni"));
+    made.push_back(path);
+    names.insert(path);
+  }
+  EXPECT_EQ(names.size(), made.size());
+  for (const auto& path : made) {
+    EXPECT_TRUE(FileExists(path));
+    RemoveFile(path);
+  }
+}
+
+TEST(TempFile, SharedRandomNumbersStayWithinTheLimit) {
+  std::set<std::uint32_t> seen;
+  for (int i = 0; i < 2000; ++i) {
+    const std::uint32_t n = SharedRandomNumber(9999);
+    EXPECT_LE(n, 9999u);
+    seen.insert(n);
+  }
+  EXPECT_GT(seen.size(), 1000u) << "numbers barely vary";
+
+  std::set<std::uint32_t> small;
+  for (int i = 0; i < 1000; ++i) small.insert(SharedRandomNumber(3));
+  EXPECT_EQ(small, (std::set<std::uint32_t>{0, 1, 2, 3}));
+  EXPECT_EQ(SharedRandomNumber(0), 0u);
+}
+
+}  // namespace
+}  // namespace tessaroven

@@ -1,0 +1,66 @@
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+
+#include "base/temp_file.h"
+#include "base/text.h"
+#include "support/test_env.h"
+
+namespace tessaroven {
+namespace {
+
+// Points the temporary folder (TMP, which GetTempPathW reads first) elsewhere.
+class ScopedTmp {
+ public:
+  explicit ScopedTmp(const std::u16string& value) {
+    wchar_t old[MAX_PATH + 1] = {};
+    const DWORD length = GetEnvironmentVariableW(L"TMP", old, MAX_PATH + 1);
+    old_ = std::wstring(old, length <= MAX_PATH ? length : 0);
+    SetEnvironmentVariableW(L"TMP", ToOsString(value).c_str());
+  }
+  ~ScopedTmp() { SetEnvironmentVariableW(L"TMP", old_.c_str()); }
+
+ private:
+  std::wstring old_;
+};
+
+TEST(TempFileWin, MissingTempFolderUsesTheFallbackNameAndIsCreated) {
+  test::TempDir dir;
+  const std::u16string folder = dir / u"not\\yet\\there\\";
+  ScopedTmp scoped(folder);
+  ASSERT_EQ(TempFolder(), folder);
+
+  std::u16string path;
+  ASSERT_TRUE(CreateTempFile(path, u"QzS"));
+  // The system's naming needs an existing folder; the fallback is prefix + at
+  // most four decimal digits.
+  ASSERT_EQ(path.substr(0, folder.size()), folder);
+  EXPECT_TRUE(std::regex_match(Utf16ToUtf8(path.substr(folder.size())), std::regex(R"(QzS[0-9]{1,4}\.tmp)")))
+      << Utf16ToUtf8(path);
+  EXPECT_TRUE(test::FileExists(path));
+}
+
+TEST(TempFileWin, SystemNamingKeepsThreePrefixCharacters) {
+  std::u16string path;
+  ASSERT_TRUE(CreateTempFile(path, u"Tessaroven"));
+  const std::u16string name = path.substr(TempFolder().size());
+  EXPECT_TRUE(std::regex_match(Utf16ToUtf8(name), std::regex(R"(Tes[0-9A-Fa-f]{1,4}\.tmp)"))) << Utf16ToUtf8(name);
+  DeleteFileW(ToOsString(path).c_str());
+}
+
+TEST(TempFileWin, ReadOnlyPreviousFileIsStillDeleted) {
+  std::u16string path;
+  ASSERT_TRUE(CreateTempFile(path));
+  const std::u16string first = path;
+  ASSERT_TRUE(SetFileAttributesW(ToOsString(first).c_str(), FILE_ATTRIBUTE_READONLY));
+
+  ASSERT_TRUE(CreateTempFile(path));
+  EXPECT_FALSE(test::FileExists(first));
+  DeleteFileW(ToOsString(path).c_str());
+}
+
+}  // namespace
+}  // namespace tessaroven

@@ -84,4 +84,8 @@ struct SettingsRawValue {
 std::optional<SettingsRawValue> SettingsGetRaw(std::u16string_view name, SettingsRoot root = SettingsRoot::Default,
                                                SettingsKeyPath keyPath = std::nullopt);
 
+// Where the current user's settings live, for messages and diagnostics: the
+// settings file on Linux, the registry key on Windows.
+std::u16string SettingsStoreLocation();
+
 }  // namespace tessaroven

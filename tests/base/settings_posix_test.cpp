@@ -1,0 +1,401 @@
+// The settings file on Linux: its exact text, foreign and damaged files, and many
+// threads and processes writing at once.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <regex>
+#include <thread>
+
+#include "base/reg_file.h"
+#include "base/settings.h"
+#include "base/settings_test_key.h"
+#include "base/text.h"
+#include "support/test_env.h"
+
+namespace tessaroven {
+namespace test {
+
+ScopedSettingsKey::ScopedSettingsKey() {
+  static std::atomic<int> counter{0};
+  path_ = u"Software\\Orvandelle\\TessarovenTest\\" +
+          AsciiToUtf16(std::to_string(getpid()) + "-" + std::to_string(counter++));
+}
+
+// The settings file lives in the run's private folder, which goes with the run.
+ScopedSettingsKey::~ScopedSettingsKey() = default;
+
+}  // namespace test
+
+namespace {
+
+constexpr std::u16string_view kKey = u"Software\\Orvandelle\\Tessaroven";
+constexpr char kHeader[] = "Windows Registry Editor Version 5.00\n\n";
+
+std::string Utf8(const std::u16string& s) { return Utf16ToUtf8(s); }
+
+// Points XDG_CONFIG_HOME at a fresh folder for the test.
+class SettingsFileTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (const char* old = std::getenv("XDG_CONFIG_HOME")) savedConfig_ = old;
+    setenv("XDG_CONFIG_HOME", Utf8(dir_.Path()).c_str(), 1);
+  }
+  void TearDown() override {
+    if (savedConfig_)
+      setenv("XDG_CONFIG_HOME", savedConfig_->c_str(), 1);
+    else
+      unsetenv("XDG_CONFIG_HOME");
+  }
+
+  std::u16string Folder() const { return dir_ / u"tessaroven/"; }
+  std::u16string File() const { return Folder() + u"user.reg"; }
+  std::string Text() const { return test::ReadBytes(File()); }
+
+  std::uint64_t Generation() const {
+    const std::string bytes = test::ReadBytes(Folder() + u"user.reg.lock");
+    std::uint64_t generation = 0;
+    for (std::size_t i = std::min<std::size_t>(bytes.size(), 8); i-- > 0;)
+      generation = (generation << 8) | static_cast<unsigned char>(bytes[i]);
+    return generation;
+  }
+
+  struct stat Stat() const {
+    struct stat st {};
+    stat(Utf8(File()).c_str(), &st);
+    return st;
+  }
+
+  std::vector<std::string> BadFiles() const {
+    std::vector<std::string> names;
+    const std::regex pattern(R"(user\.reg\.\d{8}-\d{6}(-\d+)?\.bad)");
+    for (const auto& name : test::ListFolder(Folder()))
+      if (std::regex_match(Utf8(name), pattern)) names.push_back(Utf8(name));
+    return names;
+  }
+
+  test::TempDir dir_;
+
+ private:
+  std::optional<std::string> savedConfig_;
+};
+
+TEST_F(SettingsFileTest, WritesTheRegistryExportFormat) {
+  const std::uint8_t blob[] = {0x01, 0x02, 0xFF};
+  ASSERT_TRUE(SettingsSetDword(42, u"Width", SettingsRoot::CurrentUser, kKey));
+  ASSERT_TRUE(SettingsSetString(u"Name\rSize", u"Cols", SettingsRoot::CurrentUser, kKey));
+  ASSERT_TRUE(SettingsSetString(u"C:\\x \"q\" \u00E9", u"Path", SettingsRoot::CurrentUser, kKey));
+  ASSERT_TRUE(SettingsSetValue(blob, sizeof blob, kRegBinary, u"Blob", SettingsRoot::CurrentUser, kKey));
+  ASSERT_TRUE(SettingsSetDword(1, u"UnitsFreq", SettingsRoot::CurrentUser,
+                               std::u16string_view(u"Software\\Orvandelle\\Tessaroven\\Ref")));
+  ASSERT_TRUE(SettingsSetDword(43, u"width", SettingsRoot::CurrentUser, kKey));
+  ASSERT_TRUE(SettingsSetString(u"x", u"Default", SettingsRoot::LocalMachine, kKey));
+  EXPECT_EQ(Text(), std::string(kHeader) +
+                        "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n"
+                        "\"Width\"=dword:0000002b\n"
+                        "\"Cols\"=hex(1):4e,00,61,00,6d,00,65,00,0d,00,53,00,69,00,7a,00,65,00,00,00\n"
+                        "\"Path\"=\"C:\\\\x \\\"q\\\" \xC3\xA9\"\n"
+                        "\"Blob\"=hex:01,02,ff\n\n"
+                        "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven\\Ref]\n"
+                        "\"UnitsFreq\"=dword:00000001\n\n"
+                        "[HKEY_LOCAL_MACHINE\\Software\\Orvandelle\\Tessaroven]\n"
+                        "\"Default\"=\"x\"\n\n");
+  // Roots are kept apart.
+  EXPECT_EQ(SettingsGetString(u"Default", SettingsRoot::CurrentUser, kKey), u"");
+  EXPECT_EQ(SettingsGetString(u"Default", SettingsRoot::LocalMachine, kKey), u"x");
+}
+
+TEST_F(SettingsFileTest, FolderIsMadeWithParentsForTheUserOnly) {
+  const std::u16string config = dir_ / u"a/b";
+  setenv("XDG_CONFIG_HOME", Utf8(config).c_str(), 1);
+  ASSERT_TRUE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, kKey));
+  struct stat st {};
+  ASSERT_EQ(stat(Utf8(config + u"/tessaroven").c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0700u);
+  ASSERT_EQ(stat(Utf8(config + u"/tessaroven/user.reg").c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0600u);
+  EXPECT_EQ(SettingsStoreLocation(), config + u"/tessaroven/user.reg");
+}
+
+TEST_F(SettingsFileTest, WithoutXdgConfigHomeTheFileIsInHomeConfig) {
+  const char* oldHome = std::getenv("HOME");
+  const std::string savedHome = oldHome ? oldHome : "";
+  setenv("HOME", Utf8(dir_ / u"home").c_str(), 1);
+  setenv("XDG_CONFIG_HOME", "relative/is/ignored", 1);
+  const bool written = SettingsSetDword(5, u"V", SettingsRoot::CurrentUser, kKey);
+  const bool found = test::FileExists(dir_ / u"home/.config/tessaroven/user.reg");
+  const std::u16string location = SettingsStoreLocation();
+  unsetenv("XDG_CONFIG_HOME");
+  const std::uint32_t read = SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey);
+  setenv("HOME", savedHome.c_str(), 1);
+  EXPECT_TRUE(written);
+  EXPECT_TRUE(found);
+  EXPECT_EQ(location, dir_ / u"home/.config/tessaroven/user.reg");
+  EXPECT_EQ(read, 5u);
+}
+
+TEST_F(SettingsFileTest, EmptyKeyPathTouchesNoFile) {
+  const SettingsKeyPath none = std::u16string_view();
+  EXPECT_FALSE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, none));
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, none), 0u);
+  EXPECT_EQ(SettingsGetString(u"V", SettingsRoot::CurrentUser, none), u"");
+  EXPECT_FALSE(test::FileExists(Folder()));
+}
+
+// ---- Writing only what changed --------------------------------------------------------
+
+TEST_F(SettingsFileTest, ReadingAMissingKeyCreatesItOnce) {
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 0u);
+  EXPECT_EQ(Text(), std::string(kHeader) + "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n\n");
+  const std::uint64_t generation = Generation();
+  const struct stat before = Stat();
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 0u);
+  EXPECT_EQ(SettingsGetString(u"Other", SettingsRoot::CurrentUser, kKey), u"");
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser,
+                             std::u16string_view(u"software\\ORVANDELLE")),  // a parent exists already
+            0u);
+  EXPECT_EQ(Generation(), generation);
+  EXPECT_EQ(Stat().st_ino, before.st_ino);
+}
+
+TEST_F(SettingsFileTest, StoringWhatIsThereDoesNotRewriteTheFile) {
+  ASSERT_TRUE(SettingsSetDword(5, u"Number", SettingsRoot::CurrentUser, kKey));
+  ASSERT_TRUE(SettingsSetString(u"C:\\dec.so", u".flac", SettingsRoot::CurrentUser, kKey));
+  const std::uint64_t generation = Generation();
+  const struct stat before = Stat();
+  EXPECT_TRUE(SettingsSetDword(5, u"Number", SettingsRoot::CurrentUser, kKey));
+  EXPECT_TRUE(SettingsSetString(u"C:\\dec.so", u".FLAC", SettingsRoot::CurrentUser, kKey));
+  const struct stat after = Stat();
+  EXPECT_EQ(Generation(), generation);
+  EXPECT_EQ(after.st_ino, before.st_ino);
+  EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+  EXPECT_EQ(after.st_ctim.tv_nsec, before.st_ctim.tv_nsec);
+
+  ASSERT_TRUE(SettingsSetDword(6, u"Number", SettingsRoot::CurrentUser, kKey));
+  EXPECT_EQ(Generation(), generation + 1);
+  EXPECT_EQ(SettingsGetDword(u"Number", SettingsRoot::CurrentUser, kKey), 6u);
+}
+
+TEST_F(SettingsFileTest, HandEditsAreNoticed) {
+  ASSERT_TRUE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, kKey));
+  ASSERT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 1u);
+  // Same size, same inode, written in place; only the time stamps tell.
+  std::string text = Text();
+  const std::size_t at = text.find("dword:00000001");
+  ASSERT_NE(at, std::string::npos);
+  text[at + 13] = '2';
+  ASSERT_TRUE(test::WriteBytes(File(), text));
+  const timespec later[2] = {{0, UTIME_OMIT}, {Stat().st_mtim.tv_sec + 2, 0}};
+  ASSERT_EQ(utimensat(AT_FDCWD, Utf8(File()).c_str(), later, 0), 0);
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 2u);
+
+  // Replaced by another file, as editors save.
+  text[at + 13] = '3';
+  ASSERT_TRUE(test::WriteBytes(Folder() + u"edited", text));
+  ASSERT_EQ(std::rename(Utf8(Folder() + u"edited").c_str(), Utf8(File()).c_str()), 0);
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 3u);
+
+  // Deleted.
+  std::filesystem::remove(Utf8(File()));
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 0u);
+}
+
+TEST_F(SettingsFileTest, FolderRemovedWhileRunningIsMadeAgain) {
+  ASSERT_TRUE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, kKey));
+  std::filesystem::remove_all(Utf8(Folder()));
+  EXPECT_TRUE(SettingsSetDword(2, u"V", SettingsRoot::CurrentUser, kKey));
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 2u);
+  EXPECT_TRUE(test::FileExists(Folder() + u"user.reg.lock"));
+  EXPECT_NE(Text().find("\"V\"=dword:00000002"), std::string::npos);
+}
+
+// ---- Files written by others ---------------------------------------------------------------
+
+struct ForeignCase {
+  const char* name;
+  std::string before;
+  std::string after;  // the file once "New" = 7 has been stored
+  std::vector<std::pair<std::u16string, std::uint32_t>> values;
+  // Names the case in test listings instead of dumping its bytes.
+  friend void PrintTo(const ForeignCase& c, std::ostream* os) { *os << c.name; }
+};
+
+class SettingsForeignFile : public SettingsFileTest, public testing::WithParamInterface<ForeignCase> {};
+
+TEST_P(SettingsForeignFile, KeepsEveryLineAndLosesNoValue) {
+  const auto& c = GetParam();
+  ASSERT_TRUE(test::MakeFolder(Folder()));
+  ASSERT_TRUE(test::WriteBytes(File(), c.before));
+  for (const auto& [name, value] : c.values)
+    EXPECT_EQ(SettingsGetDword(name, SettingsRoot::CurrentUser, kKey), value) << Utf8(name);
+  ASSERT_TRUE(SettingsSetDword(7, u"New", SettingsRoot::CurrentUser, kKey));
+  EXPECT_EQ(Text(), c.after);
+  for (const auto& [name, value] : c.values)
+    EXPECT_EQ(SettingsGetDword(name, SettingsRoot::CurrentUser, kKey), value) << Utf8(name);
+  EXPECT_EQ(SettingsGetDword(u"New", SettingsRoot::CurrentUser, kKey), 7u);
+  EXPECT_TRUE(BadFiles().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Settings, SettingsForeignFile,
+    testing::Values(
+        ForeignCase{"GarbageLines",
+                    "Windows Registry Editor Version 5.00\n; mine\n\n"
+                    "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n"
+                    "\"A\"=dword:00000001\nnot a value\n\x01\xFE\n\"B\"=dword:2\n\n",
+                    "Windows Registry Editor Version 5.00\n; mine\n\n"
+                    "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n"
+                    "\"A\"=dword:00000001\nnot a value\n\x01\xFE\n\"B\"=dword:2\n\"New\"=dword:00000007\n\n",
+                    {{u"A", 1}, {u"B", 2}}},
+        ForeignCase{"TruncatedLastLine",
+                    "Windows Registry Editor Version 5.00\n\n"
+                    "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n\"A\"=dword:00000001\n\"B\"=dwo",
+                    "Windows Registry Editor Version 5.00\n\n"
+                    "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n\"A\"=dword:00000001\n\"B\"=dwo\n"
+                    "\"New\"=dword:00000007\n",
+                    {{u"A", 1}, {u"B", 0}}},
+        ForeignCase{"DuplicateKeys",
+                    "Windows Registry Editor Version 5.00\n\n"
+                    "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n\"A\"=dword:00000001\n\"C\"=dword:3\n\n"
+                    "[HKEY_CURRENT_USER\\Software\\Other]\n\"A\"=dword:00000009\n\n"
+                    "[hkey_current_user\\software\\orvandelle\\tessaroven]\n\"A\"=dword:00000002\n\n",
+                    "Windows Registry Editor Version 5.00\n\n"
+                    "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n\"A\"=dword:00000001\n\"C\"=dword:3\n\n"
+                    "[HKEY_CURRENT_USER\\Software\\Other]\n\"A\"=dword:00000009\n\n"
+                    "[hkey_current_user\\software\\orvandelle\\tessaroven]\n\"A\"=dword:00000002\n"
+                    "\"New\"=dword:00000007\n\n",
+                    {{u"A", 2}, {u"C", 3}}},
+        ForeignCase{"KeyMissing",
+                    "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\Software\\Other]\r\n"
+                    "\"A\"=dword:00000009",
+                    "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\Software\\Other]\r\n"
+                    "\"A\"=dword:00000009\r\n\r\n[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\r\n"
+                    "\"New\"=dword:00000007\r\n\r\n",
+                    {{u"A", 0}}},
+        ForeignCase{"Utf16FromRegedit",
+                    [] {
+                      const std::u16string text =
+                          u"Windows Registry Editor Version 5.00\r\n\r\n"
+                          u"[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\r\n\"\u00C9\"=dword:00000004\r\n\r\n";
+                      std::string bytes = "\xFF\xFE";
+                      for (char16_t ch : text) bytes += {static_cast<char>(ch & 0xFF), static_cast<char>(ch >> 8)};
+                      return bytes;
+                    }(),
+                    "Windows Registry Editor Version 5.00\r\n\r\n"
+                    "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\r\n\"\xC3\x89\"=dword:00000004\r\n"
+                    "\"New\"=dword:00000007\r\n\r\n",
+                    {{u"\u00C9", 4}}}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+struct BadCase {
+  const char* name;
+  std::string bytes;
+  // Names the case in test listings instead of dumping its bytes.
+  friend void PrintTo(const BadCase& c, std::ostream* os) { *os << c.name; }
+};
+
+class SettingsUnreadableFile : public SettingsFileTest, public testing::WithParamInterface<BadCase> {};
+
+TEST_P(SettingsUnreadableFile, IsKeptAsideBeforeANewFileIsWritten) {
+  ASSERT_TRUE(test::MakeFolder(Folder()));
+  ASSERT_TRUE(test::WriteBytes(File(), GetParam().bytes));
+  // Values it might hold are not trusted: they read as absent.
+  EXPECT_EQ(SettingsGetDword(u"A", SettingsRoot::CurrentUser, kKey), 0u);
+  ASSERT_TRUE(SettingsSetDword(1, u"A", SettingsRoot::CurrentUser, kKey));
+  const auto bad = BadFiles();
+  ASSERT_EQ(bad.size(), 1u);
+  EXPECT_EQ(test::ReadBytes(Folder() + Utf8ToUtf16(bad[0])), GetParam().bytes);
+  EXPECT_TRUE(RegFile::Parse(Text()).has_value());
+  EXPECT_EQ(SettingsGetDword(u"A", SettingsRoot::CurrentUser, kKey), 1u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Settings, SettingsUnreadableFile,
+                         testing::Values(BadCase{"Binary", std::string("\0\x01\x02\xFF\xFE garbage\n", 14)},
+                                         BadCase{"Regedit4",
+                                                 "REGEDIT4\n\n[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n"
+                                                 "\"A\"=dword:00000005\n"},
+                                         BadCase{"Utf16WithoutBom", std::string("W\0i\0n\0d\0o\0w\0s\0\r\0\n\0", 18)}),
+                         [](const auto& p) { return std::string(p.param.name); });
+
+TEST_F(SettingsFileTest, EveryUnreadableFileIsKept) {
+  ASSERT_TRUE(test::MakeFolder(Folder()));
+  for (const char* content : {"first garbage", "second garbage", "third garbage"}) {
+    ASSERT_TRUE(test::WriteBytes(File(), content));
+    ASSERT_TRUE(SettingsSetDword(1, u"A", SettingsRoot::CurrentUser, kKey));
+  }
+  std::vector<std::string> kept;
+  for (const auto& name : BadFiles()) kept.push_back(test::ReadBytes(Folder() + Utf8ToUtf16(name)));
+  std::sort(kept.begin(), kept.end());
+  EXPECT_EQ(kept, (std::vector<std::string>{"first garbage", "second garbage", "third garbage"}));
+}
+
+// ---- Several processes ---------------------------------------------------------------------
+
+constexpr int kWriterThreads = 4;
+constexpr int kValuesPerThread = 500;
+
+std::u16string WriterValueName(int child, int thread, int n) {
+  return AsciiToUtf16("p" + std::to_string(child) + "-t" + std::to_string(thread) + "-" + std::to_string(n));
+}
+std::uint32_t WriterValue(int child, int thread, int n) {
+  return static_cast<std::uint32_t>(child * 100000 + thread * 1000 + n + 1);
+}
+
+TESSAROVEN_TEST_CHILD(settings_writer) {
+  const int child = std::stoi(args.at(0));
+  std::atomic<int> failures{0};
+  {
+    std::vector<std::jthread> threads;
+    for (int t = 0; t < kWriterThreads; ++t) {
+      threads.emplace_back([&, t] {
+        for (int n = 0; n < kValuesPerThread; ++n) {
+          const std::u16string name = WriterValueName(child, t, n);
+          if (!SettingsSetDword(WriterValue(child, t, n), name, SettingsRoot::CurrentUser, kKey)) ++failures;
+          // Reading one's own value back makes this side reload the file that the
+          // other process keeps changing; the value must be there all the same.
+          if (SettingsGetDword(name, SettingsRoot::CurrentUser, kKey) != WriterValue(child, t, n)) ++failures;
+        }
+      });
+    }
+  }
+  return failures == 0 ? 0 : 1;
+}
+
+TEST_F(SettingsFileTest, ProcessesAndThreadsWritingAtOnceLoseNothing) {
+  const std::vector<int> codes = test::RunChildren("settings_writer", {{"0"}, {"1"}});
+  EXPECT_EQ(codes, (std::vector<int>{0, 0}));
+
+  const auto file = RegFile::Parse(Text());
+  ASSERT_TRUE(file.has_value());
+  int missing = 0;
+  for (int child = 0; child < 2; ++child) {
+    for (int t = 0; t < kWriterThreads; ++t) {
+      for (int n = 0; n < kValuesPerThread; ++n) {
+        const RegValue* value =
+            file->Find(u"HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven", WriterValueName(child, t, n));
+        const std::uint32_t expected = WriterValue(child, t, n);
+        if (value == nullptr || value->type != kRegDword ||
+            value->data != std::vector<std::uint8_t>{static_cast<std::uint8_t>(expected),
+                                                     static_cast<std::uint8_t>(expected >> 8),
+                                                     static_cast<std::uint8_t>(expected >> 16), 0})
+          ++missing;
+      }
+    }
+  }
+  EXPECT_EQ(missing, 0) << "of " << 2 * kWriterThreads * kValuesPerThread;
+  // The parent, whose cache is cold, reads them through the store as well.
+  EXPECT_EQ(SettingsGetDword(WriterValueName(1, 3, kValuesPerThread - 1), SettingsRoot::CurrentUser, kKey),
+            WriterValue(1, 3, kValuesPerThread - 1));
+  EXPECT_TRUE(BadFiles().empty());
+  EXPECT_FALSE(test::FileExists(Folder() + u"user.reg.tmp"));
+}
+
+}  // namespace
+}  // namespace tessaroven

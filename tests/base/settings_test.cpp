@@ -1,0 +1,236 @@
+// The settings functions against the real store of the platform: the settings file
+// on Linux, the registry under Wine and Windows.
+#include "base/settings.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <thread>
+
+#include "base/settings_test_key.h"
+#include "base/text.h"
+
+namespace tessaroven {
+namespace {
+
+std::vector<std::uint8_t> Utf16Bytes(std::u16string_view text, bool withNul = true) {
+  std::vector<std::uint8_t> bytes;
+  for (char16_t c : text) {
+    bytes.push_back(static_cast<std::uint8_t>(c));
+    bytes.push_back(static_cast<std::uint8_t>(c >> 8));
+  }
+  if (withNul) bytes.insert(bytes.end(), {0, 0});
+  return bytes;
+}
+
+class SettingsTest : public testing::Test {
+ protected:
+  SettingsKeyPath Path() const { return key_.Path(); }
+  const std::u16string& PathText() const { return key_.Path(); }
+
+  test::ScopedSettingsKey key_;
+};
+
+// ---- Every stored type, read back through each getter ---------------------------------
+
+struct StoredCase {
+  const char* name;
+  std::uint32_t type;
+  std::vector<std::uint8_t> bytes;
+  std::uint32_t asDword;
+  std::u16string asString;
+  bool mayGainNul = false;
+  // Names the case in test listings instead of dumping its bytes.
+  friend void PrintTo(const StoredCase& c, std::ostream* os) { *os << c.name; }
+};
+
+class SettingsReading : public SettingsTest, public testing::WithParamInterface<StoredCase> {};
+
+TEST_P(SettingsReading, GettersAcceptOnlyTheirOwnType) {
+  const auto& c = GetParam();
+  ASSERT_TRUE(SettingsSetValue(c.bytes.data(), static_cast<std::uint32_t>(c.bytes.size()), c.type, u"Value",
+                               SettingsRoot::CurrentUser, Path()));
+  EXPECT_EQ(SettingsGetDword(u"Value", SettingsRoot::CurrentUser, Path()), c.asDword);
+  EXPECT_EQ(Utf16ToUtf8(SettingsGetString(u"Value", SettingsRoot::CurrentUser, Path())), Utf16ToUtf8(c.asString));
+  const auto raw = SettingsGetRaw(u"Value", SettingsRoot::CurrentUser, Path());
+  ASSERT_TRUE(raw.has_value());
+  EXPECT_EQ(raw->type, c.type);
+  // Wine's registry hands text stored without its NUL back with one added; Windows
+  // and the settings file return the bytes as stored.
+  std::vector<std::uint8_t> terminated = c.bytes;
+  terminated.insert(terminated.end(), {0, 0});
+  if (c.mayGainNul && raw->data == terminated) return;
+  EXPECT_EQ(raw->data, c.bytes);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Settings, SettingsReading,
+    testing::Values(StoredCase{"Dword", kRegDword, {42, 0, 0, 0}, 42, u""},
+                    StoredCase{"DwordAllBits", kRegDword, {0xFF, 0xFF, 0xFF, 0xFF}, 0xFFFFFFFF, u""},
+                    StoredCase{"DwordBytesOrder", kRegDword, {0x78, 0x56, 0x34, 0x12}, 0x12345678, u""},
+                    StoredCase{"TextOfDigitsIsNoDword", kRegSz, Utf16Bytes(u"42"), 0, u"42"},
+                    StoredCase{"FourBinaryBytesAreNoDword", kRegBinary, {42, 0, 0, 0}, 0, u""},
+                    StoredCase{"ExpandSzIsTakenLiterally", kRegExpandSz, Utf16Bytes(u"%SystemRoot%\\x"), 0,
+                               u"%SystemRoot%\\x"},
+                    StoredCase{"ZeroLengthText", kRegSz, {}, 0, u""},
+                    StoredCase{"EmptyText", kRegSz, Utf16Bytes(u""), 0, u""},
+                    StoredCase{"TextWithoutTerminator", kRegSz, Utf16Bytes(u"abc", false), 0, u"abc", true},
+                    StoredCase{"TextEndsAtFirstNul", kRegSz, Utf16Bytes(std::u16string(u"ab\0cd", 5)), 0, u"ab"},
+                    StoredCase{"CrJoinedList", kRegSz, Utf16Bytes(u"Name\rSize\rArtist"), 0, u"Name\rSize\rArtist"},
+                    StoredCase{"NonAsciiText", kRegSz, Utf16Bytes(u"Gr\u00F6\u00DFe \u65E5\U0001F3B5"), 0,
+                               u"Gr\u00F6\u00DFe \u65E5\U0001F3B5"},
+                    StoredCase{"MultiSzIsNoText", 7, Utf16Bytes(std::u16string(u"a\0b\0", 4)), 0, u""},
+                    StoredCase{"BinaryIsNoText", kRegBinary, {0x61, 0, 0, 0}, 0, u""}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+// ---- Writing -----------------------------------------------------------------------------
+
+TEST_F(SettingsTest, TypedSettersRoundTrip) {
+  EXPECT_TRUE(SettingsSetDword(0xCAFEF00D, u"Number", SettingsRoot::CurrentUser, Path()));
+  EXPECT_TRUE(SettingsSetString(u"C:\\Music\\\"Best\" of", u"Text", SettingsRoot::CurrentUser, Path()));
+  EXPECT_EQ(SettingsGetDword(u"Number", SettingsRoot::CurrentUser, Path()), 0xCAFEF00Du);
+  EXPECT_EQ(SettingsGetString(u"Text", SettingsRoot::CurrentUser, Path()), u"C:\\Music\\\"Best\" of");
+  // A text setting is kept as REG_SZ with its terminating NUL.
+  const auto raw = SettingsGetRaw(u"Text", SettingsRoot::CurrentUser, Path());
+  ASSERT_TRUE(raw.has_value());
+  EXPECT_EQ(raw->type, kRegSz);
+  EXPECT_EQ(raw->data, Utf16Bytes(u"C:\\Music\\\"Best\" of"));
+}
+
+TEST_F(SettingsTest, OverwritingReplacesValueAndType) {
+  ASSERT_TRUE(SettingsSetString(u"first", u"V", SettingsRoot::CurrentUser, Path()));
+  ASSERT_TRUE(SettingsSetString(u"second", u"V", SettingsRoot::CurrentUser, Path()));
+  EXPECT_EQ(SettingsGetString(u"V", SettingsRoot::CurrentUser, Path()), u"second");
+  ASSERT_TRUE(SettingsSetDword(9, u"V", SettingsRoot::CurrentUser, Path()));
+  EXPECT_EQ(SettingsGetString(u"V", SettingsRoot::CurrentUser, Path()), u"");
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, Path()), 9u);
+}
+
+TEST_F(SettingsTest, LongTextRoundTrips) {
+  std::u16string text;
+  for (int i = 0; i < 5000; ++i) text += static_cast<char16_t>(u'a' + i % 26);
+  text += u"\u00E9\r\"\\";
+  ASSERT_TRUE(SettingsSetString(text, u"Long", SettingsRoot::CurrentUser, Path()));
+  EXPECT_EQ(SettingsGetString(u"Long", SettingsRoot::CurrentUser, Path()), text);
+}
+
+TEST_F(SettingsTest, NamesAndKeyPathsIgnoreAsciiCase) {
+  ASSERT_TRUE(SettingsSetDword(3, u"MixedCase", SettingsRoot::CurrentUser, Path()));
+  EXPECT_EQ(SettingsGetDword(u"mixedcase", SettingsRoot::CurrentUser, Path()), 3u);
+  const std::u16string upper = AsciiToUtf16("SOFTWARE") + PathText().substr(8);
+  EXPECT_EQ(SettingsGetDword(u"MIXEDCASE", SettingsRoot::CurrentUser, std::u16string_view(upper)), 3u);
+}
+
+TEST_F(SettingsTest, DefaultValueHasTheEmptyName) {
+  ASSERT_TRUE(SettingsSetString(u"unnamed", u"", SettingsRoot::CurrentUser, Path()));
+  ASSERT_TRUE(SettingsSetString(u"named", u"@", SettingsRoot::CurrentUser, Path()));
+  EXPECT_EQ(SettingsGetString(u"", SettingsRoot::CurrentUser, Path()), u"unnamed");
+  EXPECT_EQ(SettingsGetString(u"@", SettingsRoot::CurrentUser, Path()), u"named");
+}
+
+TEST_F(SettingsTest, MissingValuesReadAsZeroOrEmpty) {
+  EXPECT_EQ(SettingsGetDword(u"Missing", SettingsRoot::CurrentUser, Path()), 0u);
+  EXPECT_EQ(SettingsGetString(u"Missing", SettingsRoot::CurrentUser, Path()), u"");
+  EXPECT_FALSE(SettingsGetRaw(u"Missing", SettingsRoot::CurrentUser, Path()).has_value());
+  const std::u16string sub = PathText() + u"\\Sub\\Deeper";
+  EXPECT_EQ(SettingsGetDword(u"Missing", SettingsRoot::CurrentUser, std::u16string_view(sub)), 0u);
+  // The read created the key: it can be opened and written like any other.
+  EXPECT_TRUE(SettingsOpenKey(kKeyQueryValue, SettingsRoot::CurrentUser, std::u16string_view(sub)));
+  EXPECT_TRUE(SettingsSetDword(1, u"Now", SettingsRoot::CurrentUser, std::u16string_view(sub)));
+  EXPECT_EQ(SettingsGetDword(u"Now", SettingsRoot::CurrentUser, std::u16string_view(sub)), 1u);
+}
+
+// ---- Empty key paths and defaults --------------------------------------------------------
+
+TEST_F(SettingsTest, EmptyKeyPathMakesEveryCallANoOp) {
+  const SettingsKeyPath none = std::u16string_view();
+  const std::uint8_t bytes[4] = {1, 0, 0, 0};
+  EXPECT_FALSE(SettingsOpenKey(kKeyQueryValue, SettingsRoot::CurrentUser, none));
+  EXPECT_FALSE(SettingsOpenKey(kKeyWrite, SettingsRoot::CurrentUser, none));
+  EXPECT_FALSE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, none));
+  EXPECT_FALSE(SettingsSetString(u"x", u"V", SettingsRoot::CurrentUser, none));
+  EXPECT_FALSE(SettingsSetValue(bytes, 4, kRegDword, u"V", SettingsRoot::CurrentUser, none));
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, none), 0u);
+  EXPECT_EQ(SettingsGetString(u"V", SettingsRoot::CurrentUser, none), u"");
+  EXPECT_FALSE(SettingsGetRaw(u"V", SettingsRoot::CurrentUser, none).has_value());
+}
+
+class SettingsDefaults : public SettingsTest {
+ protected:
+  void SetUp() override {
+    savedRoot_ = DefaultSettingsRoot();
+    savedPath_ = DefaultSettingsKeyPath();
+  }
+  void TearDown() override {
+    SetDefaultSettingsRoot(savedRoot_);
+    SetDefaultSettingsKeyPath(savedPath_);
+  }
+
+ private:
+  SettingsRoot savedRoot_ = SettingsRoot::CurrentUser;
+  std::u16string savedPath_;
+};
+
+TEST_F(SettingsDefaults, StartWithTheProgramsKey) {
+  EXPECT_EQ(DefaultSettingsRoot(), SettingsRoot::CurrentUser);
+  EXPECT_EQ(DefaultSettingsKeyPath(), u"Software\\Orvandelle\\Tessaroven");
+}
+
+TEST_F(SettingsDefaults, AbsentRootAndPathMeanTheDefaults) {
+  SetDefaultSettingsRoot(SettingsRoot::CurrentUser);
+  SetDefaultSettingsKeyPath(PathText());
+  ASSERT_TRUE(SettingsSetDword(77, u"ViaDefault"));
+  ASSERT_TRUE(SettingsSetString(u"t", u"TextViaDefault", SettingsRoot::Default));
+  EXPECT_EQ(SettingsGetDword(u"ViaDefault", SettingsRoot::CurrentUser, Path()), 77u);
+  EXPECT_EQ(SettingsGetString(u"TextViaDefault", SettingsRoot::CurrentUser, Path()), u"t");
+  EXPECT_EQ(SettingsGetDword(u"ViaDefault"), 77u);
+}
+
+TEST_F(SettingsDefaults, EmptyDefaultPathMakesDefaultCallsNoOps) {
+  SetDefaultSettingsKeyPath(u"");
+  EXPECT_FALSE(SettingsSetDword(1, u"V"));
+  EXPECT_EQ(SettingsGetDword(u"V"), 0u);
+  EXPECT_EQ(SettingsGetString(u"V"), u"");
+  // An explicit path still works.
+  EXPECT_TRUE(SettingsSetDword(2, u"V", SettingsRoot::Default, Path()));
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, Path()), 2u);
+}
+
+// ---- Threads -------------------------------------------------------------------------------
+
+TEST_F(SettingsTest, ConcurrentThreadsLoseNoValue) {
+  constexpr int kThreads = 4;
+  constexpr int kValuesPerThread = 150;
+  std::vector<int> mismatches(kThreads, 0);
+  {
+    std::vector<std::jthread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+      threads.emplace_back([&, t] {
+        for (int i = 0; i < kValuesPerThread; ++i) {
+          const std::u16string name = AsciiToUtf16("t" + std::to_string(t) + "-" + std::to_string(i));
+          const auto value = static_cast<std::uint32_t>(t * 1000 + i + 1);
+          if (!SettingsSetDword(value, name, SettingsRoot::CurrentUser, Path()) ||
+              SettingsGetDword(name, SettingsRoot::CurrentUser, Path()) != value)
+            ++mismatches[t];
+          // Every thread also rewrites one shared text. The texts are all as long, so
+          // that a read never meets one longer than the size it asked for first.
+          char shared[16];
+          std::snprintf(shared, sizeof shared, "t%d-%04d", t, i);
+          SettingsSetString(AsciiToUtf16(shared), u"Shared", SettingsRoot::CurrentUser, Path());
+          if (SettingsGetString(u"Shared", SettingsRoot::CurrentUser, Path()).empty()) ++mismatches[t];
+        }
+      });
+    }
+  }
+  for (int t = 0; t < kThreads; ++t) EXPECT_EQ(mismatches[t], 0) << "thread " << t;
+  for (int t = 0; t < kThreads; ++t) {
+    for (int i = 0; i < kValuesPerThread; ++i) {
+      const std::u16string name = AsciiToUtf16("t" + std::to_string(t) + "-" + std::to_string(i));
+      ASSERT_EQ(SettingsGetDword(name, SettingsRoot::CurrentUser, Path()), static_cast<std::uint32_t>(t * 1000 + i + 1))
+          << Utf16ToUtf8(name);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tessaroven

@@ -166,13 +166,7 @@ std::size_t ParseValue(const std::vector<std::u16string_view>& lines, std::size_
     std::u16string text;
     if (!ParseQuoted(data, q, text) || q != data.size()) return 0;
     value.type = kRegSz;
-    value.data.reserve(text.size() * 2 + 2);
-    for (char16_t c : text) {
-      value.data.push_back(static_cast<std::uint8_t>(c));
-      value.data.push_back(static_cast<std::uint8_t>(c >> 8));
-    }
-    value.data.push_back(0);
-    value.data.push_back(0);
+    value.data = Utf16LeBytes(text, true);
     return 1;
   }
   if (StartsWithFolded(data, u"dword:")) {

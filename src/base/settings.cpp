@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "base/settings_internal.h"
+#include "base/text.h"
 
 namespace tessaroven {
 namespace {
@@ -135,14 +136,7 @@ bool SettingsSetValue(const void* data, std::uint32_t byteCount, std::uint32_t t
 }
 
 bool SettingsSetString(std::u16string_view text, std::u16string_view name, SettingsRoot root, SettingsKeyPath keyPath) {
-  std::vector<std::uint8_t> bytes;
-  bytes.reserve(text.size() * 2 + 2);
-  for (char16_t c : text) {
-    bytes.push_back(static_cast<std::uint8_t>(c));
-    bytes.push_back(static_cast<std::uint8_t>(c >> 8));
-  }
-  bytes.push_back(0);
-  bytes.push_back(0);
+  const std::vector<std::uint8_t> bytes = Utf16LeBytes(text, true);
   return SettingsSetValue(bytes.data(), static_cast<std::uint32_t>(bytes.size()), kRegSz, name, root, keyPath);
 }
 

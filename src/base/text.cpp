@@ -104,6 +104,17 @@ std::string Utf16ToUtf8(std::u16string_view text) {
   return out;
 }
 
+std::vector<std::uint8_t> Utf16LeBytes(std::u16string_view text, bool withNul) {
+  std::vector<std::uint8_t> bytes;
+  bytes.reserve(text.size() * 2 + 2);
+  for (char16_t c : text) {
+    bytes.push_back(static_cast<std::uint8_t>(c));
+    bytes.push_back(static_cast<std::uint8_t>(c >> 8));
+  }
+  if (withNul) bytes.insert(bytes.end(), {0, 0});
+  return bytes;
+}
+
 std::u16string AsciiToUtf16(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
 
 std::u16string AsciiFold(std::u16string_view text) {

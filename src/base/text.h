@@ -45,6 +45,10 @@ std::u16string AsciiFold(std::u16string_view text);
 int AsciiFoldCompare(std::u16string_view a, std::u16string_view b);
 bool AsciiFoldEquals(std::u16string_view a, std::u16string_view b);
 
+// The UTF-16LE bytes of `text`, the form of every text the program writes to a file
+// or the settings; with `withNul` followed by a zero unit (REG_SZ data, profiles).
+std::vector<std::uint8_t> Utf16LeBytes(std::u16string_view text, bool withNul);
+
 // Short lists travel as one text joined by a separator ("\r" in the settings).
 // Splitting an empty text gives an empty list, so Split(Join(list)) == list for
 // every list whose items do not contain the separator.

@@ -11,13 +11,7 @@ namespace {
 constexpr std::u16string_view kKey = u"HKEY_CURRENT_USER\\Software\\T";
 
 std::vector<std::uint8_t> Utf16Bytes(std::u16string_view text, bool withNul = true) {
-  std::vector<std::uint8_t> bytes;
-  for (char16_t c : text) {
-    bytes.push_back(static_cast<std::uint8_t>(c));
-    bytes.push_back(static_cast<std::uint8_t>(c >> 8));
-  }
-  if (withNul) bytes.insert(bytes.end(), {0, 0});
-  return bytes;
+  return Utf16LeBytes(text, withNul);
 }
 
 RegValue Sz(std::u16string_view text) { return RegValue{kRegSz, Utf16Bytes(text)}; }

@@ -160,7 +160,7 @@ std::u16string FormatDecimal(double value, int decimals) {
   return std::u16string(buffer.data(), buffer.data() + length);
 }
 
-std::u16string LocaliseNumber(std::u16string_view text) { return LocaliseNumber(text, *CurrentRegionalSettings()); }
+std::u16string LocaliseNumber(std::u16string_view text) { return LocaliseNumber(text, ThreadRegionalSettings()); }
 
 std::u16string LocaliseNumber(std::u16string_view text, const RegionalSettings& regional) {
   std::u16string out;
@@ -170,7 +170,7 @@ std::u16string LocaliseNumber(std::u16string_view text, const RegionalSettings& 
 }
 
 std::u16string FormatSize(std::int64_t bytes, bool alwaysKb) {
-  return FormatSize(bytes, alwaysKb, *CurrentRegionalSettings());
+  return FormatSize(bytes, alwaysKb, ThreadRegionalSettings());
 }
 
 std::u16string FormatSize(std::int64_t bytes, bool alwaysKb, const RegionalSettings& regional) {
@@ -201,7 +201,7 @@ std::u16string FormatSize(std::int64_t bytes, bool alwaysKb, const RegionalSetti
 }
 
 std::u16string FormatDuration(std::int64_t milliseconds, DurationStyle style, int decimals) {
-  return FormatDuration(milliseconds, style, decimals, *CurrentRegionalSettings());
+  return FormatDuration(milliseconds, style, decimals, ThreadRegionalSettings());
 }
 
 std::u16string FormatDuration(std::int64_t milliseconds, DurationStyle style, int decimals,

@@ -1,6 +1,7 @@
 #include "base/regional_settings.h"
 
 #include <climits>
+#include <atomic>
 #include <mutex>
 #include <optional>
 
@@ -49,7 +50,17 @@ RegionalSettings LoadRegionalSettings() {
 struct Current {
   std::mutex mutex;
   std::shared_ptr<const RegionalSettings> settings;
+  // Bumped by every reload; threads keep their own reference to the settings and
+  // only take the mutex when this has moved, so formatting on the metadata worker
+  // and the window's thread at once never contends.
+  std::atomic<std::uint64_t> generation{1};
 };
+
+struct ThreadCopy {
+  std::uint64_t generation = 0;
+  std::shared_ptr<const RegionalSettings> settings;
+};
+thread_local ThreadCopy t_copy;
 
 Current& TheCurrent() {
   static Current current;
@@ -93,11 +104,21 @@ RegionalValues StoredRegionalValues() {
   return values;
 }
 
-std::shared_ptr<const RegionalSettings> CurrentRegionalSettings() {
+const RegionalSettings& ThreadRegionalSettings() {
   auto& current = TheCurrent();
-  std::lock_guard lock(current.mutex);
-  if (!current.settings) current.settings = std::make_shared<const RegionalSettings>(LoadRegionalSettings());
-  return current.settings;
+  const std::uint64_t generation = current.generation.load(std::memory_order_acquire);
+  if (t_copy.generation != generation) {
+    std::lock_guard lock(current.mutex);
+    if (!current.settings) current.settings = std::make_shared<const RegionalSettings>(LoadRegionalSettings());
+    t_copy.settings = current.settings;
+    t_copy.generation = current.generation.load(std::memory_order_relaxed);
+  }
+  return *t_copy.settings;
+}
+
+std::shared_ptr<const RegionalSettings> CurrentRegionalSettings() {
+  ThreadRegionalSettings();
+  return t_copy.settings;
 }
 
 void ReloadRegionalSettings() {
@@ -105,6 +126,7 @@ void ReloadRegionalSettings() {
   auto& current = TheCurrent();
   std::lock_guard lock(current.mutex);
   current.settings = std::move(fresh);
+  current.generation.fetch_add(1, std::memory_order_release);
 }
 
 std::u16string GroupingFromLocale(std::string_view grouping) {

@@ -72,6 +72,10 @@ RegionalValues PlatformRegionalValues();
 
 // The process-wide settings, loaded on first use.
 std::shared_ptr<const RegionalSettings> CurrentRegionalSettings();
+// The same without touching shared state when nothing was reloaded: the formatters'
+// hot path. The reference stays valid on the calling thread until that thread asks
+// for the settings again.
+const RegionalSettings& ThreadRegionalSettings();
 // Reads the store and the locale again; later calls see the new values.
 void ReloadRegionalSettings();
 

@@ -173,11 +173,34 @@ TEST(XFile, ClosedObjectDoesNothing) {
   EXPECT_TRUE(prompts.Shown().empty());
 }
 
-TEST(XFile, EmptyPathNeverOpens) {
-  XFile file;
+// Paths no file can have: each fails like a missing file, without a crash and
+// without creating anything, even with a disposition that would create.
+struct UnusablePathCase {
+  const char* name;
+  std::u16string path;
+};
+
+class XFileUnusablePath : public testing::TestWithParam<UnusablePathCase> {};
+
+TEST_P(XFileUnusablePath, NeverOpens) {
+  XFile file(GetParam().path);
   EXPECT_FALSE(file.Open(kReadWrite, OPEN_ALWAYS, false));
   EXPECT_FALSE(file.IsOpen());
+  EXPECT_EQ(file.Size(), 0u);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    XFile, XFileUnusablePath,
+    testing::Values(UnusablePathCase{"Empty", u""},
+                    UnusablePathCase{"SeparatorOnly", std::u16string(3, kPathSeparator)},
+                    // Over 32k characters, in components of legal length.
+                    UnusablePathCase{"Huge",
+                                     [] {
+                                       std::u16string path = test::TestRoot();
+                                       for (int i = 0; i < 140; ++i) path += std::u16string(250, u'y') + kPathSeparator;
+                                       return path + u"f";
+                                     }()}),
+    [](const auto& p) { return std::string(p.param.name); });
 
 // ---------------------------------------------------------------------------
 // Positioning

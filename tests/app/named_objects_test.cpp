@@ -1,0 +1,246 @@
+#include "app/named_objects.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <thread>
+#include <typeinfo>
+
+#include "app/child_process.h"
+#include "app/test_files.h"
+#include "support/test_env.h"
+
+namespace tessaroven {
+namespace {
+
+using std::chrono::milliseconds;
+using test::ChildProcess;
+using test::Hex;
+using test::TempDir;
+using test::Unhex;
+using test::WaitForContent;
+
+constexpr milliseconds kLook{0};
+constexpr milliseconds kForever{-1};
+// Generous: only reached when something is broken, never a measured duration.
+constexpr milliseconds kPatience{20000};
+
+// Opens the named object of one kind; the same call for every kind, so that the
+// lifetime rules are checked alike for all three.
+struct KindCase {
+  const char* name;
+  std::function<std::unique_ptr<NamedObject>(std::u16string_view)> open;
+};
+
+std::unique_ptr<NamedObject> OpenEvent(std::u16string_view name) {
+  auto event = std::make_unique<NamedEvent>();
+  event->Create(name);
+  return event;
+}
+std::unique_ptr<NamedObject> OpenMutex(std::u16string_view name) {
+  auto mutex = std::make_unique<NamedMutex>();
+  mutex->Create(name);
+  return mutex;
+}
+std::unique_ptr<NamedObject> OpenBlock(std::u16string_view name) {
+  auto block = std::make_unique<NamedSharedBlock>();
+  block->Create(name, 520);
+  return block;
+}
+
+class EveryKind : public testing::TestWithParam<KindCase> {};
+
+TEST_P(EveryKind, ExistsBeforeOnlyWhileAnotherHandleIsOpen) {
+  const std::u16string name = u"tessaroven-test-lifetime";
+  auto first = GetParam().open(name);
+  ASSERT_TRUE(first->IsOpen()) << Utf16ToUtf8(first->Error());
+  EXPECT_FALSE(first->ExistedBefore());
+  auto second = GetParam().open(name);
+  ASSERT_TRUE(second->IsOpen());
+  EXPECT_TRUE(second->ExistedBefore());
+  first.reset();
+  auto third = GetParam().open(name);
+  EXPECT_TRUE(third->ExistedBefore()) << "the second handle still holds it";
+  second.reset();
+  third.reset();
+  EXPECT_FALSE(GetParam().open(name)->ExistedBefore());
+}
+
+TEST_P(EveryKind, OneNameIsOneObject) {
+  // The same name as an object of another kind cannot be opened as this kind.
+  const std::u16string name = u"tessaroven-test-one-name";
+  for (const auto& other : {OpenEvent, OpenMutex, OpenBlock}) {
+    auto held = other(name);
+    ASSERT_TRUE(held->IsOpen());
+    auto mine = GetParam().open(name);
+    const bool sameKind = typeid(*held) == typeid(*mine);
+    EXPECT_EQ(mine->IsOpen(), sameKind);
+    EXPECT_EQ(mine->Error().empty(), sameKind);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(NamedObjects, EveryKind,
+                         testing::Values(KindCase{"Event", OpenEvent}, KindCase{"Mutex", OpenMutex},
+                                         KindCase{"Block", OpenBlock}),
+                         [](const auto& p) { return std::string(p.param.name); });
+
+TEST(NamedEvent, IsManualResetAndSharedBetweenHandles) {
+  NamedEvent a, b;
+  ASSERT_TRUE(a.Create(u"tessaroven-test-event"));
+  ASSERT_TRUE(b.Create(u"tessaroven-test-event"));
+  EXPECT_FALSE(b.Wait(kLook));
+  EXPECT_FALSE(b.Wait(milliseconds(30)));
+  ASSERT_TRUE(a.Set());
+  EXPECT_TRUE(b.Wait(kLook));
+  EXPECT_TRUE(b.Wait(kLook)) << "manual reset: looking does not clear it";
+  EXPECT_TRUE(a.Wait(kForever));
+  ASSERT_TRUE(b.Reset());
+  EXPECT_FALSE(a.Wait(kLook));
+}
+
+TEST(NamedEvent, WaitWakesWhenAnotherThreadSetsIt) {
+  NamedEvent waiter, setter;
+  ASSERT_TRUE(waiter.Create(u"tessaroven-test-wake"));
+  ASSERT_TRUE(setter.Create(u"tessaroven-test-wake"));
+  std::thread later([&] {
+    std::this_thread::sleep_for(milliseconds(50));
+    setter.Set();
+  });
+  EXPECT_TRUE(waiter.Wait(kForever));
+  later.join();
+  setter.Reset();
+  std::thread again([&] {
+    std::this_thread::sleep_for(milliseconds(50));
+    setter.Set();
+  });
+  EXPECT_TRUE(waiter.Wait(kPatience));
+  again.join();
+}
+
+TEST(NamedEvent, ClosedOrFailedEventDoesNothing) {
+  NamedEvent event;
+  EXPECT_FALSE(event.Set());
+  EXPECT_FALSE(event.Wait(kLook));
+  EXPECT_FALSE(event.Create(u""));
+  EXPECT_FALSE(event.IsOpen());
+}
+
+// Reports whether the event it opened existed and was signalled: 10 * existed +
+// signalled, then sets it. Arguments: the event name in hex.
+TESSAROVEN_TEST_CHILD(probe_event) {
+  NamedEvent event;
+  if (!event.Create(Unhex(args.at(0)))) return 99;
+  const int code = 10 * event.ExistedBefore() + event.Wait(kLook);
+  event.Set();
+  return code;
+}
+
+TEST(NamedEvent, IsSharedWithOtherProcesses) {
+  const std::u16string name = u"tessaroven-test-process-event";
+  {
+    ChildProcess alone("probe_event", {Hex(name)});
+    EXPECT_EQ(alone.Wait(), 0) << "no other process held it";
+  }
+  NamedEvent event;
+  ASSERT_TRUE(event.Create(name));
+  ChildProcess first("probe_event", {Hex(name)});
+  EXPECT_EQ(first.Wait(), 10);
+  EXPECT_TRUE(event.Wait(kLook)) << "the child set it";
+  ChildProcess second("probe_event", {Hex(name)});
+  EXPECT_EQ(second.Wait(), 11);
+}
+
+TEST(NamedMutex, ExcludesOtherThreadsAndIsRecursiveForItsOwner) {
+  NamedMutex mine, theirs;
+  ASSERT_TRUE(mine.Create(u"tessaroven-test-mutex"));
+  ASSERT_TRUE(theirs.Create(u"tessaroven-test-mutex"));
+  ASSERT_TRUE(mine.Wait(kForever));
+  EXPECT_TRUE(mine.Wait(kLook));
+  std::atomic<int> got{-1};
+  std::thread([&] { got = theirs.Wait(kLook) + 2 * theirs.Wait(milliseconds(30)); }).join();
+  EXPECT_EQ(got, 0);
+  EXPECT_TRUE(mine.Release());
+  EXPECT_TRUE(mine.Release());
+  EXPECT_FALSE(mine.Release()) << "released more often than taken";
+  std::thread([&] {
+    got = theirs.Wait(kLook);
+    theirs.Release();
+  }).join();
+  EXPECT_EQ(got, 1);
+}
+
+TEST(NamedMutex, ClosingAHandleReleasesWhatItHeld) {
+  NamedMutex holder, other;
+  ASSERT_TRUE(other.Create(u"tessaroven-test-close-held"));
+  ASSERT_TRUE(holder.Create(u"tessaroven-test-close-held"));
+  ASSERT_TRUE(holder.Wait(kForever));
+  holder.Close();
+  std::atomic<bool> got{false};
+  std::thread([&] {
+    got = other.Wait(kLook);
+    other.Release();
+  }).join();
+  EXPECT_TRUE(got);
+}
+
+// Takes the mutex and ends without releasing it, either at once or (with a third
+// argument) once the parent kills it. Arguments: mutex name in hex, ready file in hex.
+TESSAROVEN_TEST_CHILD(hold_mutex) {
+  NamedMutex mutex;
+  if (!mutex.Create(Unhex(args.at(0))) || !mutex.Wait(kForever)) return 99;
+  test::WriteBytes(Unhex(args.at(1)), "held");
+  if (args.size() > 2) std::this_thread::sleep_for(std::chrono::seconds(60));
+  std::_Exit(0);
+}
+
+// 0 when the mutex can be taken within the patience. Arguments: mutex name in hex.
+TESSAROVEN_TEST_CHILD(take_mutex) {
+  NamedMutex mutex;
+  if (!mutex.Create(Unhex(args.at(0)))) return 99;
+  return mutex.Wait(kPatience) && mutex.Release() ? 0 : 1;
+}
+
+class MutexOwnerDies : public testing::TestWithParam<bool> {};
+
+TEST_P(MutexOwnerDies, NextWaiterGetsTheMutexInsteadOfWaitingForEver) {
+  const bool killed = GetParam();
+  const std::u16string name = u"tessaroven-test-abandoned";
+  TempDir dir;
+  NamedMutex mutex;
+  ASSERT_TRUE(mutex.Create(name));  // keeps the object alive past the child
+  std::vector<std::string> args = {Hex(name), Hex(dir / u"ready")};
+  if (killed) args.push_back("wait");
+  ChildProcess owner("hold_mutex", args);
+  ASSERT_EQ(WaitForContent(dir / u"ready"), "held");
+  if (killed) owner.Kill();
+  owner.Wait();
+
+  ASSERT_TRUE(mutex.Wait(kPatience));
+  ASSERT_TRUE(mutex.Release());
+  ChildProcess next("take_mutex", {Hex(name)});
+  EXPECT_EQ(next.Wait(), 0) << "the recovered mutex works for others too";
+}
+
+INSTANTIATE_TEST_SUITE_P(NamedObjects, MutexOwnerDies, testing::Bool(),
+                         [](const auto& p) { return std::string(p.param ? "Killed" : "ExitedHoldingIt"); });
+
+TEST(NamedSharedBlock, StartsZeroedAndIsSharedBetweenHandles) {
+  NamedSharedBlock a, b;
+  ASSERT_TRUE(a.Create(u"tessaroven-test-block", 520));
+  ASSERT_EQ(a.Size(), 520u);
+  EXPECT_TRUE(std::all_of(a.Data(), a.Data() + 520, [](std::uint8_t x) { return x == 0; }));
+  std::memset(a.Data(), 0xA5, 520);
+  ASSERT_TRUE(b.Create(u"tessaroven-test-block", 520));
+  EXPECT_TRUE(b.ExistedBefore());
+  EXPECT_EQ(b.Data()[0], 0xA5);
+  EXPECT_EQ(b.Data()[519], 0xA5);
+  b.Data()[7] = 1;
+  EXPECT_EQ(a.Data()[7], 1);
+}
+
+}  // namespace
+}  // namespace tessaroven

@@ -1,0 +1,184 @@
+#include "app/single_instance.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <optional>
+#include <thread>
+
+namespace tessaroven {
+namespace {
+
+using std::chrono::milliseconds;
+
+struct ArgumentCase {
+  const char* name;
+  std::u16string commandLine;
+  std::u16string argument;
+};
+
+class ArgumentExtraction : public testing::TestWithParam<ArgumentCase> {};
+
+TEST_P(ArgumentExtraction, DropsTheProgramPathAndTrimsSpacesOnly) {
+  EXPECT_EQ(ExtractArgument(GetParam().commandLine), GetParam().argument);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    SingleInstance, ArgumentExtraction,
+    testing::Values(ArgumentCase{"QuotedProgramThreeSpacesEachSide",
+                                 u"\"C:\\Tessaroven\\tessaroven.exe\"   D:\\Music   ", u"D:\\Music"},
+                    ArgumentCase{"QuotedProgramOnly", u"\"C:\\Program Files\\tessaroven.exe\"", u""},
+                    ArgumentCase{"QuotedProgramThenSpaces", u"\"C:\\Program Files\\tessaroven.exe\"     ", u""},
+                    ArgumentCase{"TextRightAfterTheClosingQuote", u"\"C:\\t.exe\"D:\\Music", u"D:\\Music"},
+                    ArgumentCase{"UnclosedQuoteSwallowsEverything", u"\"C:\\t.exe D:\\Music", u""},
+                    ArgumentCase{"UnquotedProgramEndsAtFirstSpace", u"C:\\t.exe  D:\\My Music ", u"D:\\My Music"},
+                    ArgumentCase{"UnquotedProgramWithoutArgument", u"C:\\t.exe", u""},
+                    // The search for the space starts at the second character.
+                    ArgumentCase{"LeadingSpaceIsPartOfTheProgram", u" t.exe D:\\x", u"D:\\x"},
+                    ArgumentCase{"TabsAreNotWhiteSpace", u"\"t.exe\" \tD:\\x\t ", u"\tD:\\x\t"},
+                    ArgumentCase{"QuotesInsideTheArgumentStay", u"\"t.exe\" \"D:\\My Music\"", u"\"D:\\My Music\""},
+                    ArgumentCase{"CrashRestartWordIsJustText", u"\"t.exe\" -crashed ", u"-crashed"},
+                    ArgumentCase{"Empty", u"", u""}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+TEST(SingleInstance, JoinedCommandLineGivesBackTheArgument) {
+  // The Linux command line is built from argv; a quote in the program path must
+  // not cut the path short.
+  EXPECT_EQ(ExtractArgument(JoinCommandLine(u"/opt/odd\"name/tessaroven", {u"/music/a b"})), u"/music/a b");
+  EXPECT_EQ(ExtractArgument(JoinCommandLine(u"/usr/bin/tessaroven", {u"/music/a", u"b"})), u"/music/a b");
+  EXPECT_EQ(ExtractArgument(JoinCommandLine(u"/usr/bin/tessaroven", {})), u"");
+}
+
+// A receiving selector and a sender in one process, each with its own handles.
+class Channel : public testing::Test {
+ protected:
+  void SetUp() override {
+    receiver_.Open();
+    sender_.Open();
+    ASSERT_TRUE(receiver_.AcceptEvent().IsOpen());
+    ASSERT_TRUE(receiver_.Channel().Open());
+    receiver_.AcceptEvent().Set();
+  }
+  void TearDown() override {
+    sender_.Close();
+    receiver_.Close();
+  }
+  std::optional<std::u16string> ReceiveOne() {
+    std::optional<std::u16string> got;
+    receiver_.Receive([&](const std::u16string& path) { got = path; });
+    return got;
+  }
+  SingleInstance receiver_;
+  SingleInstance sender_;
+};
+
+struct ReceiveCase {
+  const char* name;
+  std::u16string sent;
+  std::optional<std::u16string> received;
+};
+
+class ReceivedPaths : public Channel, public testing::WithParamInterface<ReceiveCase> {};
+
+TEST_P(ReceivedPaths, AreTrimmedCutToTheBlockAndTooShortOnesDropped) {
+  sender_.Send(GetParam().sent);
+  EXPECT_TRUE(receiver_.PickupEvent().Wait(milliseconds(0)));
+  EXPECT_EQ(ReceiveOne(), GetParam().received);
+  EXPECT_FALSE(receiver_.PickupEvent().Wait(milliseconds(0))) << "collected, even when dropped";
+  EXPECT_EQ(ReceiveOne(), std::nullopt) << "a block is collected once";
+}
+
+const std::u16string kLong = u"/music/" + std::u16string(300, u'x');
+
+INSTANTIATE_TEST_SUITE_P(
+    SingleInstance, ReceivedPaths,
+    testing::Values(ReceiveCase{"Plain", u"D:\\Music", u"D:\\Music"},
+                    ReceiveCase{"Spaces", u"  /music/a  ", u"/music/a"}, ReceiveCase{"ThreeCharacters", u"abc", u"abc"},
+                    ReceiveCase{"TwoCharacters", u"ab", std::nullopt},
+                    ReceiveCase{"InnerSpacesStay", u"  a   b", u"a   b"},
+                    ReceiveCase{"ShortAfterTrimming", u"   ab   ", std::nullopt},
+                    ReceiveCase{"Empty", u"", std::nullopt}, ReceiveCase{"TabCounts", u"\tab", u"\tab"},
+                    ReceiveCase{"Fits259", std::u16string(259, u'y'), std::u16string(259, u'y')},
+                    ReceiveCase{"Exactly260NoTerminator", std::u16string(260, u'z'), std::u16string(260, u'z')},
+                    ReceiveCase{"TooLongIsCut", kLong, kLong.substr(0, 260)},
+                    ReceiveCase{"Surrogates", u"/music/\U0001F3B5\xDCE9", u"/music/\U0001F3B5\xDCE9"}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+TEST_F(Channel, BlockWithoutTerminatorYieldsAtMost260Units) {
+  std::array<std::uint8_t, kChannelBlockSize> bytes;
+  bytes.fill(0x41);  // U+4141 in every unit, no 0 anywhere
+  ASSERT_TRUE(sender_.Channel().Lock());
+  sender_.Channel().Write(bytes);
+  sender_.PickupEvent().Set();
+  sender_.Channel().Unlock();
+  EXPECT_EQ(ReceiveOne(), std::u16string(260, u'\x4141'));
+}
+
+TEST_F(Channel, BytesAfterTheTerminatorAreIgnored) {
+  std::array<std::uint8_t, kChannelBlockSize> bytes;
+  bytes.fill(0x42);
+  const std::u16string path = u"/music";
+  for (std::size_t i = 0; i <= path.size(); ++i) {
+    bytes[2 * i] = static_cast<std::uint8_t>(i < path.size() ? path[i] : 0);
+    bytes[2 * i + 1] = 0;
+  }
+  ASSERT_TRUE(sender_.Channel().Lock());
+  sender_.Channel().Write(bytes);
+  sender_.PickupEvent().Set();
+  sender_.Channel().Unlock();
+  EXPECT_EQ(ReceiveOne(), u"/music");
+}
+
+TEST_F(Channel, NothingIsCollectedWhileTheAcceptEventIsReset) {
+  sender_.Send(u"/music/later");
+  receiver_.AcceptEvent().Reset();
+  EXPECT_EQ(ReceiveOne(), std::nullopt);
+  EXPECT_TRUE(sender_.PickupEvent().Wait(milliseconds(0))) << "still waiting to be collected";
+  receiver_.AcceptEvent().Set();
+  EXPECT_EQ(ReceiveOne(), u"/music/later");
+}
+
+TEST_F(Channel, SecondSenderWaitsUntilTheFirstPathWasCollected) {
+  sender_.Send(u"/music/first");
+  std::atomic<bool> secondDone{false};
+  std::thread second([&] {
+    SingleInstance other;
+    other.Open();
+    other.Send(u"/music/second");
+    secondDone = true;
+    other.Close();
+  });
+  // However long it has had, it cannot overwrite the uncollected block.
+  std::this_thread::sleep_for(milliseconds(200));
+  EXPECT_FALSE(secondDone);
+  EXPECT_EQ(ReceiveOne(), u"/music/first");
+  std::optional<std::u16string> next;
+  for (int i = 0; i < 2000 && !next; ++i) {
+    std::this_thread::sleep_for(milliseconds(10));
+    next = ReceiveOne();
+  }
+  second.join();
+  EXPECT_TRUE(secondDone);
+  EXPECT_EQ(next, u"/music/second");
+}
+
+TEST(SingleInstance, WithoutABlockTheSenderStillSignalsAndNothingIsActedOn) {
+  // Another kind of object under the block's name makes the block impossible.
+  NamedEvent squatter;
+  ASSERT_TRUE(squatter.Create(u"NSharedData_ShrPassNewFolderSel"));
+  SingleInstance receiver, sender;
+  receiver.Open();
+  sender.Open();
+  EXPECT_FALSE(receiver.Channel().Open());
+  EXPECT_FALSE(sender.Channel().Open());
+  receiver.AcceptEvent().Set();
+  sender.Send(u"/music/lost");
+  EXPECT_TRUE(receiver.PickupEvent().Wait(milliseconds(0)));
+  bool called = false;
+  EXPECT_FALSE(receiver.Receive([&](const std::u16string&) { called = true; }));
+  EXPECT_FALSE(called);
+  EXPECT_FALSE(receiver.PickupEvent().Wait(milliseconds(0)));
+}
+
+}  // namespace
+}  // namespace tessaroven

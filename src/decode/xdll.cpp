@@ -1,0 +1,7 @@
+#include "decode/xdll.h"
+
+namespace tessaroven {
+
+XDLL::~XDLL() { ReleaseLibrary(); }
+
+}  // namespace tessaroven

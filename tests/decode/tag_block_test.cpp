@@ -1,0 +1,171 @@
+#include "decode/tag_block.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tessaroven {
+namespace {
+
+// Builds tag blocks byte by byte, including broken ones.
+class Block {
+ public:
+  Block& Int(std::int32_t v) {
+    for (int i = 0; i < 4; ++i) bytes_.push_back(static_cast<std::uint8_t>(static_cast<std::uint32_t>(v) >> (8 * i)));
+    return *this;
+  }
+  Block& Text(std::u16string_view text, bool terminate = true) {
+    for (char16_t c : text) {
+      bytes_.push_back(static_cast<std::uint8_t>(c & 0xFF));
+      bytes_.push_back(static_cast<std::uint8_t>(c >> 8));
+    }
+    if (terminate) Bytes({0, 0});
+    return *this;
+  }
+  Block& Bytes(std::vector<std::uint8_t> raw) {
+    bytes_.insert(bytes_.end(), raw.begin(), raw.end());
+    return *this;
+  }
+  // A well-formed entry.
+  Block& Entry(std::u16string_view name, std::u16string_view value, std::vector<std::uint8_t> binary = {}) {
+    const auto size = static_cast<std::int32_t>(4 + 2 * (name.size() + 1) + 2 * (value.size() + 1) + binary.size());
+    return Int(size).Text(name).Text(value).Bytes(std::move(binary));
+  }
+  const std::vector<std::uint8_t>& bytes() const { return bytes_; }
+  std::int64_t size() const { return static_cast<std::int64_t>(bytes_.size()); }
+
+ private:
+  std::vector<std::uint8_t> bytes_;
+};
+
+struct ParseCase {
+  const char* name;
+  Block block;
+  std::int64_t lengthDelta;  // added to the block's real size to form the claimed length
+  std::vector<Tag> expected;
+};
+
+class ParseTagBlockTest : public ::testing::TestWithParam<ParseCase> {};
+
+TEST_P(ParseTagBlockTest, ReadsEntriesUpToTheFirstBadOne) {
+  const ParseCase& c = GetParam();
+  const std::vector<std::uint8_t>& bytes = c.block.bytes();
+  const TagList tags = ParseTagBlock(bytes.data(), c.block.size() + c.lengthDelta);
+  ASSERT_EQ(tags.size(), c.expected.size());
+  for (std::size_t i = 0; i < tags.size(); ++i) {
+    EXPECT_EQ(tags[i].name, c.expected[i].name) << i;
+    EXPECT_EQ(tags[i].value, c.expected[i].value) << i;
+    EXPECT_EQ(tags[i].binary, c.expected[i].binary) << i;
+  }
+}
+
+const std::vector<std::uint8_t> kPicture = {0x89, 'P', 'N', 'G', 0, 0, 0xFF, 0x00};
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, ParseTagBlockTest,
+    ::testing::Values(
+        ParseCase{"two_entries",
+                  Block().Int(2).Entry(u"Artist", u"A").Entry(u"Title", u"T"),
+                  0,
+                  {{u"Artist", u"A", {}}, {u"Title", u"T", {}}}},
+        ParseCase{"binary_data_kept_with_zeros",
+                  Block().Int(1).Entry(u"Cover", u"front", kPicture),
+                  0,
+                  {{u"Cover", u"front", kPicture}}},
+        ParseCase{"empty_name_and_value", Block().Int(1).Entry(u"", u""), 0, {{u"", u"", {}}}},
+        ParseCase{"utf16_beyond_ascii",
+                  Block().Int(1).Entry(u"Titel", u"\u00e9t\u00e9 \U0001F3B5"),
+                  0,
+                  {{u"Titel", u"\u00e9t\u00e9 \U0001F3B5", {}}}},
+        ParseCase{"length_four_is_no_tags", Block().Int(1), 0, {}},
+        ParseCase{"claimed_length_four_hides_entries", Block().Int(1).Entry(u"A", u"B"), -10, {}},
+        ParseCase{"zero_count", Block().Int(0).Entry(u"A", u"B"), 0, {}},
+        ParseCase{"negative_count", Block().Int(-1).Entry(u"A", u"B"), 0, {}},
+        ParseCase{"count_limits_entries", Block().Int(1).Entry(u"A", u"1").Entry(u"B", u"2"), 0, {{u"A", u"1", {}}}},
+        ParseCase{"count_beyond_entries_stops_at_end", Block().Int(9).Entry(u"A", u"1"), 0, {{u"A", u"1", {}}}},
+        ParseCase{"entry_past_end_dropped_with_rest",
+                  Block().Int(3).Entry(u"A", u"1").Int(100).Text(u"B").Text(u"2").Entry(u"C", u"3"),
+                  0,
+                  {{u"A", u"1", {}}}},
+        ParseCase{
+            "entry_past_claimed_length", Block().Int(2).Entry(u"A", u"1").Entry(u"B", u"2"), -1, {{u"A", u"1", {}}}},
+        ParseCase{"negative_size_stops",
+                  Block().Int(3).Entry(u"A", u"1").Int(-8).Text(u"B").Entry(u"C", u"3"),
+                  0,
+                  {{u"A", u"1", {}}}},
+        ParseCase{
+            "size_below_four_stops", Block().Int(2).Entry(u"A", u"1").Int(0).Entry(u"C", u"3"), 0, {{u"A", u"1", {}}}},
+        ParseCase{"truncated_size_field", Block().Int(2).Entry(u"A", u"1").Bytes({8, 0}), 0, {{u"A", u"1", {}}}},
+        ParseCase{"name_without_terminator_takes_whole_entry",
+                  Block().Int(1).Int(4 + 6).Text(u"abc", false),
+                  0,
+                  {{u"abc", u"", {}}}},
+        ParseCase{"value_without_terminator_ends_at_entry",
+                  Block().Int(2).Int(4 + 4 + 4).Text(u"N").Text(u"vv", false).Entry(u"Next", u"x"),
+                  0,
+                  {{u"N", u"vv", {}}, {u"Next", u"x", {}}}},
+        ParseCase{"odd_trailing_byte_is_binary",
+                  Block().Int(1).Int(4 + 4 + 4 + 1).Text(u"N").Text(u"v").Bytes({7}),
+                  0,
+                  {{u"N", u"v", {7}}}},
+        ParseCase{"larger_entry_size_skips_padding",
+                  Block().Int(2).Int(4 + 4 + 4 + 3).Text(u"N").Text(u"v").Bytes({1, 2, 3}).Entry(u"M", u"w"),
+                  0,
+                  {{u"N", u"v", {1, 2, 3}}, {u"M", u"w", {}}}}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+TEST(ParseTagBlockEdges, NullOrNonPositiveLengthGivesNothing) {
+  const Block block = Block().Int(1).Entry(u"A", u"B");
+  EXPECT_TRUE(ParseTagBlock(nullptr, 100).empty());
+  EXPECT_TRUE(ParseTagBlock(block.bytes().data(), 0).empty());
+  EXPECT_TRUE(ParseTagBlock(block.bytes().data(), -5).empty());
+  EXPECT_EQ(ParseTagBlock(block.bytes().data(), block.size()).size(), 1u);
+}
+
+struct MergeCase {
+  const char* name;
+  TagList first;
+  TagList second;
+  std::vector<std::pair<std::u16string, std::u16string>> expected;
+};
+
+class MergeTagsTest : public ::testing::TestWithParam<MergeCase> {};
+
+TEST_P(MergeTagsTest, FirstListWinsAndNewNamesAreAppended) {
+  MergeCase c = GetParam();
+  MergeTags(c.first, c.second);
+  std::vector<std::pair<std::u16string, std::u16string>> got;
+  for (const Tag& t : c.first) got.emplace_back(t.name, t.value);
+  EXPECT_EQ(got, c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, MergeTagsTest,
+    ::testing::Values(
+        MergeCase{"disjoint", {{u"A", u"1", {}}}, {{u"B", u"2", {}}}, {{u"A", u"1"}, {u"B", u"2"}}},
+        MergeCase{"first_keeps_value", {{u"Artist", u"one", {}}}, {{u"ARTIST", u"two", {}}}, {{u"Artist", u"one"}}},
+        MergeCase{"empty_first", {}, {{u"B", u"2", {}}, {u"C", u"3", {}}}, {{u"B", u"2"}, {u"C", u"3"}}},
+        MergeCase{"repeated_names_in_second_all_appended",
+                  {{u"A", u"1", {}}},
+                  {{u"Genre", u"x", {}}, {u"Genre", u"y", {}}, {u"a", u"9", {}}},
+                  {{u"A", u"1"}, {u"Genre", u"x"}, {u"Genre", u"y"}}}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+TEST(TagListTest, LookUpSetAndRemoveFoldAsciiCase) {
+  TagList tags{{u"Album", u"x", {1}}, {u"ALBUM", u"y", {}}, {u"Other", u"z", {}}};
+  EXPECT_EQ(TagValue(tags, u"album"), u"x");
+  EXPECT_TRUE(HasTag(tags, u"OTHER"));
+  EXPECT_EQ(TagValue(tags, u"Missing"), u"");
+  SetTag(tags, u"album", u"new");
+  EXPECT_EQ(tags[0].value, u"new");
+  EXPECT_TRUE(tags[0].binary.empty());
+  RemoveTag(tags, u"Album");
+  ASSERT_EQ(tags.size(), 1u);
+  SetTag(tags, u"Added", u"v");
+  EXPECT_EQ(tags.back().name, u"Added");
+}
+
+}  // namespace
+}  // namespace tessaroven

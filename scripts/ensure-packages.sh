@@ -26,6 +26,6 @@ ensure_packages() {
 }
 
 # What every build needs: compiler, CMake, Ninja, GoogleTest and Google Benchmark.
-BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev googletest libbenchmark-dev)
+BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev googletest libbenchmark-dev libtag1-dev libavformat-dev libavcodec-dev libavutil-dev)
 # The Windows build of the core and Wine to run its tests.
 WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix wine64)

@@ -1,0 +1,396 @@
+// Decoder plug-in "taglib": the common music formats, read with TagLib.
+//
+// It reads metadata only: the audio format, length, bit rate, compressed size and
+// tags, which is all the file selector asks for. The four decoding exports (Close,
+// DecodeBlock, SetPosition, DeleteATag) and Set exist because every plug-in must
+// have them, and fail; the converter decodes these formats on its own.
+//
+// One instance reads one file and owns every text and block it hands out until
+// Destroy. Instances share nothing, so several threads may each use their own.
+#include <taglib/aifffile.h>
+#include <taglib/apefile.h>
+#include <taglib/apefooter.h>
+#include <taglib/apetag.h>
+#include <taglib/asffile.h>
+#include <taglib/flacfile.h>
+#include <taglib/id3v2header.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/mp4file.h>
+#include <taglib/mpcfile.h>
+#include <taglib/mpegfile.h>
+#include <taglib/oggflacfile.h>
+#include <taglib/oggpageheader.h>
+#include <taglib/opusfile.h>
+#include <taglib/speexfile.h>
+#include <taglib/tdebuglistener.h>
+#include <taglib/tpropertymap.h>
+#include <taglib/trueaudiofile.h>
+#include <taglib/vorbisfile.h>
+#include <taglib/wavfile.h>
+#include <taglib/wavpackfile.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "plugin_support.h"
+
+namespace tessaroven::plugin {
+namespace {
+
+enum class Kind { Mpeg, Flac, Vorbis, OggAudio, Opus, Speex, Mp4, Wav, Aiff, Ape, WavPack, Musepack, Asf, Tta };
+
+struct Format {
+  DecodeRow row;
+  Kind kind;
+};
+
+constexpr Format kFormats[] = {
+    {{u".mp3", u"MPEG Layer 3 audio"}, Kind::Mpeg},
+    {{u".mp2", u"MPEG Layer 2 audio"}, Kind::Mpeg},
+    {{u".flac", u"FLAC lossless audio"}, Kind::Flac},
+    {{u".ogg", u"Ogg Vorbis audio"}, Kind::Vorbis},
+    {{u".oga", u"Ogg audio (FLAC or Vorbis)"}, Kind::OggAudio},
+    {{u".opus", u"Opus audio"}, Kind::Opus},
+    {{u".spx", u"Speex audio"}, Kind::Speex},
+    {{u".m4a", u"MPEG-4 audio (AAC or Apple Lossless)"}, Kind::Mp4},
+    {{u".m4b", u"MPEG-4 audio book"}, Kind::Mp4},
+    {{u".mp4", u"MPEG-4 video (its audio track)"}, Kind::Mp4},
+    {{u".wav", u"Wave audio"}, Kind::Wav},
+    {{u".aif", u"AIFF audio"}, Kind::Aiff},
+    {{u".aiff", u"AIFF audio"}, Kind::Aiff},
+    {{u".aifc", u"AIFF-C audio"}, Kind::Aiff},
+    {{u".ape", u"Monkey's Audio lossless"}, Kind::Ape},
+    {{u".wv", u"WavPack audio"}, Kind::WavPack},
+    {{u".mpc", u"Musepack audio"}, Kind::Musepack},
+    {{u".wma", u"Windows Media Audio"}, Kind::Asf},
+    {{u".asf", u"Advanced Systems Format (its audio)"}, Kind::Asf},
+    {{u".tta", u"True Audio lossless"}, Kind::Tta},
+};
+
+// The "Decodes" list is the extension column of kFormats.
+constexpr auto kRows = [] {
+  std::array<DecodeRow, std::size(kFormats)> rows{};
+  for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = kFormats[i].row;
+  return rows;
+}();
+
+constexpr char16_t kPropertyElements[] = u"Codec\raudio quality\rEncoder";
+
+// TagLib's debug messages would land on the program's stderr; there is nowhere for
+// them to go in a file selector.
+class SilentListener : public TagLib::DebugListener {
+ public:
+  void printMessage(const TagLib::String&) override {}
+};
+
+void SilenceTagLib() {
+  static SilentListener listener;
+  static std::once_flag once;
+  std::call_once(once, [] { TagLib::setDebugListener(&listener); });
+}
+
+bool ExtensionIs(const std::string& path, const char16_t* extension) {
+  const std::u16string_view ext(extension);
+  if (path.size() < ext.size()) return false;
+  const std::string_view tail(path.data() + path.size() - ext.size(), ext.size());
+  for (std::size_t i = 0; i < ext.size(); ++i) {
+    char c = tail[i];
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+    if (static_cast<char16_t>(static_cast<unsigned char>(c)) != ext[i]) return false;
+  }
+  return true;
+}
+
+const Format* FormatFor(const std::string& path) {
+  for (const auto& format : kFormats) {
+    if (ExtensionIs(path, format.row.extension)) return &format;
+  }
+  return nullptr;
+}
+
+std::u16string ToU16(const TagLib::String& s) { return FromUtf8(s.to8Bit(true)); }
+
+// What the codec-specific parts found beyond TagLib's common properties.
+struct CodecFacts {
+  std::u16string codec;
+  bool lossless = false;
+  bool floatingPoint = false;
+  int bitsPerSample = 0;
+  std::int64_t tagBytes = 0;     // bytes of tags TagLib located in the file
+  std::int64_t audioBytes = -1;  // exact size of the audio data when known
+  std::int64_t lengthMs = -1;    // when TagLib's own length is missing
+  // Tag sources to merge, the first one winning for a key; empty means the file's
+  // own merged view.
+  std::vector<TagLib::PropertyMap> tagSources;
+};
+
+std::int64_t Id3v2Size(TagLib::ID3v2::Tag* tag) { return tag && tag->header() ? tag->header()->completeTagSize() : 0; }
+
+std::int64_t ApeSize(TagLib::APE::Tag* tag) { return tag && tag->footer() ? tag->footer()->completeTagSize() : 0; }
+
+// Opens the file as its extension's type. Ogg audio (.oga) may hold FLAC or Vorbis,
+// so both are tried.
+std::unique_ptr<TagLib::File> OpenFile(Kind kind, const char* path, CodecFacts& facts) {
+  const auto style = TagLib::AudioProperties::Average;
+  switch (kind) {
+    case Kind::Mpeg: {
+      auto file = std::make_unique<TagLib::MPEG::File>(path, true, style);
+      if (file->isValid() && file->audioProperties()) {
+        const auto* props = file->audioProperties();
+        const int layer = props->layer();
+        const char* version = props->version() == TagLib::MPEG::Header::Version1   ? "MPEG-1"
+                              : props->version() == TagLib::MPEG::Header::Version2 ? "MPEG-2"
+                                                                                   : "MPEG-2.5";
+        facts.codec = FromAscii(std::string(version) + " Layer " + std::to_string(layer));
+        if (file->hasID3v2Tag()) facts.tagBytes += Id3v2Size(file->ID3v2Tag());
+        if (file->hasAPETag()) facts.tagBytes += ApeSize(file->APETag());
+        if (file->hasID3v1Tag()) facts.tagBytes += 128;
+      }
+      return file;
+    }
+    case Kind::Flac: {
+      auto file = std::make_unique<TagLib::FLAC::File>(path, true, style);
+      if (file->isValid() && file->audioProperties()) {
+        facts.codec = u"FLAC";
+        facts.lossless = true;
+        facts.bitsPerSample = file->audioProperties()->bitsPerSample();
+        if (file->hasID3v2Tag()) facts.tagBytes += Id3v2Size(file->ID3v2Tag());
+        if (file->hasID3v1Tag()) facts.tagBytes += 128;
+      }
+      return file;
+    }
+    case Kind::OggAudio: {
+      auto flac = std::make_unique<TagLib::Ogg::FLAC::File>(path, true, style);
+      if (flac->isValid() && flac->audioProperties()) {
+        const auto* props = flac->audioProperties();
+        facts.codec = u"FLAC";
+        facts.lossless = true;
+        facts.bitsPerSample = props->bitsPerSample();
+        // Streams written live leave the sample count of the header at 0; the last
+        // page's position still says how long they play.
+        const TagLib::Ogg::PageHeader* last = flac->lastPageHeader();
+        if (props->lengthInMilliseconds() <= 0 && last && props->sampleRate() > 0 &&
+            last->absoluteGranularPosition() > 0) {
+          facts.lengthMs = last->absoluteGranularPosition() * 1000 / props->sampleRate();
+        }
+        return flac;
+      }
+      return OpenFile(Kind::Vorbis, path, facts);
+    }
+    case Kind::Vorbis: {
+      auto file = std::make_unique<TagLib::Ogg::Vorbis::File>(path, true, style);
+      facts.codec = u"Vorbis";
+      return file;
+    }
+    case Kind::Opus: {
+      auto file = std::make_unique<TagLib::Ogg::Opus::File>(path, true, style);
+      facts.codec = u"Opus";
+      return file;
+    }
+    case Kind::Speex: {
+      auto file = std::make_unique<TagLib::Ogg::Speex::File>(path, true, style);
+      facts.codec = u"Speex";
+      return file;
+    }
+    case Kind::Mp4: {
+      auto file = std::make_unique<TagLib::MP4::File>(path, true, style);
+      if (file->isValid() && file->audioProperties()) {
+        const auto* props = file->audioProperties();
+        if (props->codec() == TagLib::MP4::Properties::ALAC) {
+          facts.codec = u"ALAC";
+          facts.lossless = true;
+          facts.bitsPerSample = props->bitsPerSample();
+        } else if (props->codec() == TagLib::MP4::Properties::AAC) {
+          facts.codec = u"AAC";
+        }
+      }
+      return file;
+    }
+    case Kind::Wav: {
+      auto file = std::make_unique<TagLib::RIFF::WAV::File>(path, true, style);
+      if (file->isValid() && file->audioProperties()) {
+        const auto* props = file->audioProperties();
+        const int tag = props->format();
+        facts.bitsPerSample = props->bitsPerSample();
+        facts.floatingPoint = tag == 3;
+        facts.lossless = tag == 1 || tag == 3;
+        facts.codec = tag == 1   ? u"PCM"
+                      : tag == 3 ? u"PCM floating point"
+                                 : FromAscii("Wave format " + std::to_string(tag));
+        if (facts.lossless && props->sampleFrames() > 0 && facts.bitsPerSample > 0) {
+          facts.audioBytes =
+              static_cast<std::int64_t>(props->sampleFrames()) * props->channels() * ((facts.bitsPerSample + 7) / 8);
+        }
+        // A Wave file may carry an ID3v2 tag and a RIFF INFO list; the ID3v2 tag
+        // holds more (album artist, disc), the INFO list fills what it lacks.
+        if (file->hasID3v2Tag()) facts.tagSources.push_back(file->ID3v2Tag()->properties());
+        if (file->hasInfoTag()) facts.tagSources.push_back(file->InfoTag()->properties());
+      }
+      return file;
+    }
+    case Kind::Aiff: {
+      auto file = std::make_unique<TagLib::RIFF::AIFF::File>(path, true, style);
+      if (file->isValid() && file->audioProperties()) {
+        const auto* props = file->audioProperties();
+        const TagLib::ByteVector type = props->compressionType();
+        const std::string compression = props->isAiffC() ? std::string(type.data(), type.size()) : "NONE";
+        facts.bitsPerSample = props->bitsPerSample();
+        facts.floatingPoint =
+            compression == "fl32" || compression == "FL32" || compression == "fl64" || compression == "FL64";
+        facts.lossless = facts.floatingPoint || compression == "NONE" || compression == "sowt" || compression == "twos";
+        facts.codec = facts.floatingPoint ? u"PCM floating point" : facts.lossless ? u"PCM" : FromAscii(compression);
+        if (facts.lossless && props->sampleFrames() > 0 && facts.bitsPerSample > 0) {
+          facts.audioBytes =
+              static_cast<std::int64_t>(props->sampleFrames()) * props->channels() * ((facts.bitsPerSample + 7) / 8);
+        }
+      }
+      return file;
+    }
+    case Kind::Ape: {
+      auto file = std::make_unique<TagLib::APE::File>(path, true, style);
+      if (file->isValid() && file->audioProperties()) {
+        facts.codec = u"Monkey's Audio";
+        facts.lossless = true;
+        facts.bitsPerSample = file->audioProperties()->bitsPerSample();
+        if (file->hasAPETag()) facts.tagBytes += ApeSize(file->APETag());
+        if (file->hasID3v1Tag()) facts.tagBytes += 128;
+      }
+      return file;
+    }
+    case Kind::WavPack: {
+      auto file = std::make_unique<TagLib::WavPack::File>(path, true, style);
+      if (file->isValid() && file->audioProperties()) {
+        const auto* props = file->audioProperties();
+        facts.codec = u"WavPack";
+        facts.lossless = props->isLossless();
+        facts.bitsPerSample = props->bitsPerSample();
+        if (file->hasAPETag()) facts.tagBytes += ApeSize(file->APETag());
+        if (file->hasID3v1Tag()) facts.tagBytes += 128;
+      }
+      return file;
+    }
+    case Kind::Musepack: {
+      auto file = std::make_unique<TagLib::MPC::File>(path, true, style);
+      if (file->isValid() && file->audioProperties()) {
+        facts.codec = u"Musepack";
+        if (file->hasAPETag()) facts.tagBytes += ApeSize(file->APETag());
+        if (file->hasID3v1Tag()) facts.tagBytes += 128;
+      }
+      return file;
+    }
+    case Kind::Asf: {
+      auto file = std::make_unique<TagLib::ASF::File>(path, true, style);
+      if (file->isValid() && file->audioProperties()) {
+        const auto* props = file->audioProperties();
+        facts.codec = ToU16(props->codecName());
+        if (facts.codec.empty()) facts.codec = u"Windows Media Audio";
+        facts.lossless = props->codec() == TagLib::ASF::Properties::WMA9Lossless;
+        facts.bitsPerSample = props->bitsPerSample();
+      }
+      return file;
+    }
+    case Kind::Tta: {
+      auto file = std::make_unique<TagLib::TrueAudio::File>(path, true, style);
+      if (file->isValid() && file->audioProperties()) {
+        facts.codec = u"True Audio";
+        facts.lossless = true;
+        facts.bitsPerSample = file->audioProperties()->bitsPerSample();
+        if (file->hasID3v2Tag()) facts.tagBytes += Id3v2Size(file->ID3v2Tag());
+        if (file->hasID3v1Tag()) facts.tagBytes += 128;
+      }
+      return file;
+    }
+  }
+  return nullptr;
+}
+
+bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) {
+  const std::string path = PathToNative(record->path);
+  std::int64_t fileSize = 0;
+  if (!IsRegularFile(path, &fileSize)) return false;
+  const Format* format = FormatFor(path);
+  if (!format) return false;
+
+  CodecFacts facts;
+  std::unique_ptr<TagLib::File> file = OpenFile(format->kind, path.c_str(), facts);
+  if (!file || !file->isValid()) return false;
+  const TagLib::AudioProperties* props = file->audioProperties();
+  if (!props || props->channels() <= 0 || props->sampleRate() <= 0) return false;
+
+  OpenResult result;
+  result.channels = props->channels();
+  result.sampleRate = props->sampleRate();
+  result.bitsPerSample = facts.bitsPerSample > 0 ? facts.bitsPerSample : 16;
+  result.formatTag = facts.floatingPoint ? TSV_FORMAT_TAG_IEEE_FLOAT : TSV_FORMAT_TAG_PCM;
+  result.bitRate = static_cast<std::uint32_t>(std::max(props->bitrate(), 0)) * 1000u;
+  result.lengthMs = facts.lengthMs >= 0 ? facts.lengthMs : props->lengthInMilliseconds();
+  if (result.bitRate == 0 && result.lengthMs > 0) {
+    result.bitRate = static_cast<std::uint32_t>(std::min<std::int64_t>(fileSize * 8000 / result.lengthMs, UINT32_MAX));
+  }
+  if (facts.audioBytes > 0 && facts.audioBytes <= fileSize) {
+    result.compressedSize = facts.audioBytes;
+  } else if (facts.tagBytes > 0 && facts.tagBytes < fileSize) {
+    result.compressedSize = fileSize - facts.tagBytes;
+  } else {
+    result.compressedSize = fileSize;
+  }
+
+  if (facts.tagSources.empty()) facts.tagSources.push_back(file->properties());
+  TagBlock& tags = instance.tags;
+  for (std::size_t source = 0; source < facts.tagSources.size(); ++source) {
+    for (const auto& [key, values] : facts.tagSources[source]) {
+      const std::u16string column = ColumnNameForKey(key.to8Bit(true));
+      if (source > 0 && tags.Has(column)) continue;
+      for (const auto& value : values) tags.Append(column, ToU16(value));
+    }
+  }
+  instance.tags.Add(u"Codec", facts.codec);
+  instance.tags.Add(u"audio quality",
+                    QualityLabel({facts.lossless, facts.floatingPoint,
+                                  facts.bitsPerSample > 0 ? facts.bitsPerSample : 16, result.sampleRate, 0}));
+  Publish(instance, result, record);
+  return true;
+}
+
+}  // namespace
+}  // namespace tessaroven::plugin
+
+using tessaroven::plugin::GuardedCall;
+using tessaroven::plugin::InstanceBase;
+
+TsvInstance Create(TsvCreateBlock*) {
+  return GuardedCall<TsvInstance>(nullptr, [] {
+    tessaroven::plugin::SilenceTagLib();
+    return static_cast<TsvInstance>(new InstanceBase);
+  });
+}
+
+void Destroy(TsvInstance instance) { delete static_cast<InstanceBase*>(instance); }
+
+int32_t Get(TsvInstance instance, const TsvChar16* itemName, TsvItemRecord* item) {
+  if (!instance) return 0;
+  return GuardedCall<int32_t>(0, [&] {
+    return tessaroven::plugin::AnswerGet(tessaroven::plugin::kRows.data(), tessaroven::plugin::kRows.size(),
+                                         tessaroven::plugin::kPropertyElements, itemName, item);
+  });
+}
+
+int32_t Set(TsvInstance, const TsvChar16*, const TsvItemRecord*) { return 0; }
+
+int32_t Open(TsvInstance instance, TsvOpenRecord* record) {
+  auto* self = static_cast<InstanceBase*>(instance);
+  if (!self || !record || self->opened) return 0;
+  self->opened = true;  // one file per instance, whether or not it could be read
+  return GuardedCall<int32_t>(0, [&] { return tessaroven::plugin::OpenInto(*self, record) ? 1 : 0; });
+}
+
+int32_t Close(TsvInstance) { return 0; }
+
+int32_t DecodeBlock(TsvInstance, void*, uint32_t) { return -1; }
+
+int32_t SetPosition(TsvInstance, int64_t) { return 0; }
+
+int32_t DeleteATag(TsvInstance, const TsvChar16*) { return 0; }

@@ -1,0 +1,61 @@
+// Loads a real decoder plug-in from the build's "decoder" folder with dlopen and
+// reads files through its exports the way the selector does: a fresh instance per
+// file, a zeroed open record, the tag block parsed and the instance destroyed.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#define TESSAROVEN_DECODER_PLUGIN_HOST
+#include "tessaroven/decoder_plugin.h"
+
+namespace tessaroven::test {
+
+struct ReadResult {
+  bool opened = false;
+  TsvWaveFormatEx format{};
+  std::uint32_t bitRate = 0;
+  std::int64_t lengthMs = 0;
+  std::int64_t compressedSize = 0;
+  std::vector<std::pair<std::u16string, std::u16string>> tags;  // in block order
+
+  // The value of the tag of that name, empty when absent.
+  std::u16string Tag(std::u16string_view name) const;
+};
+
+class RealPlugin {
+ public:
+  explicit RealPlugin(const std::string& name);  // "taglib" or "ffmpeg"
+  ~RealPlugin();
+  RealPlugin(const RealPlugin&) = delete;
+  RealPlugin& operator=(const RealPlugin&) = delete;
+
+  bool Loaded() const { return create_ != nullptr; }
+  const std::string& Error() const { return error_; }
+  // How many of the nine exports the library has.
+  int ExportCount() const { return exportCount_; }
+
+  // The "Decodes" list as the selector reads it: (extension, description) pairs.
+  std::vector<std::pair<std::u16string, std::u16string>> Decodes() const;
+  // The text of "Property Elements" index 0.
+  std::u16string PropertyElements() const;
+  ReadResult Read(const std::string& path) const;
+  // Opens path twice on one instance; the results of the two Open calls.
+  std::pair<bool, bool> OpenTwice(const std::string& path) const;
+
+ private:
+  void* handle_ = nullptr;
+  std::string error_;
+  int exportCount_ = 0;
+  TsvCreateFn create_ = nullptr;
+  TsvDestroyFn destroy_ = nullptr;
+  TsvGetFn get_ = nullptr;
+  TsvOpenFn open_ = nullptr;
+};
+
+// The folder of the fixtures, ending in "/".
+std::string DataFolder();
+
+}  // namespace tessaroven::test

@@ -1,0 +1,328 @@
+// The two real decoder plug-ins on the audio files of tests/data (made by
+// tests/data/make-fixtures.sh): what they declare, what they read, and that broken
+// files neither crash nor hang them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <random>
+#include <set>
+#include <string>
+
+#include "base/text.h"
+#include "real_plugin.h"
+#include "support/test_env.h"
+
+namespace tessaroven::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+const RealPlugin& Plugin(const std::string& name) {
+  // Loaded once per run: dlopen of TagLib and FFmpeg is the slow part.
+  static RealPlugin taglib("taglib");
+  static RealPlugin ffmpeg("ffmpeg");
+  return name == "taglib" ? taglib : ffmpeg;
+}
+
+std::string Lower(std::string text) {
+  for (auto& c : text) c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
+  return text;
+}
+
+// Which plug-in declares the extension of path ("" when none does).
+std::string OwnerOf(const std::string& path) {
+  const std::u16string ext = Utf8ToUtf16(Lower(fs::path(path).extension().string()));
+  for (const char* name : {"taglib", "ffmpeg"}) {
+    for (const auto& row : Plugin(name).Decodes()) {
+      if (row.first == ext) return name;
+    }
+  }
+  return {};
+}
+
+std::vector<std::string> AudioFixtures() {
+  std::vector<std::string> files;
+  for (const auto& entry : fs::directory_iterator(DataFolder())) {
+    const std::string ext = entry.path().extension().string();
+    if (ext != ".sh" && ext != ".py" && ext != ".md") files.push_back(entry.path().filename().string());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+TEST(RealPlugins, BothLoadWithAllNineExports) {
+  for (const char* name : {"taglib", "ffmpeg"}) {
+    const RealPlugin& plugin = Plugin(name);
+    ASSERT_TRUE(plugin.Loaded()) << name << ": " << plugin.Error();
+    EXPECT_EQ(plugin.ExportCount(), 9) << name;
+  }
+}
+
+TEST(RealPlugins, DeclaredExtensionsAreLowerCaseDottedDescribedAndNeverShared) {
+  std::set<std::u16string> seen;
+  for (const char* name : {"taglib", "ffmpeg"}) {
+    const auto rows = Plugin(name).Decodes();
+    EXPECT_GE(rows.size(), 10u) << name;
+    for (const auto& [ext, description] : rows) {
+      const std::string text = Utf16ToUtf8(ext);
+      EXPECT_TRUE(text.size() >= 2 && text[0] == '.') << name << " " << text;
+      EXPECT_EQ(text, Lower(text)) << name;
+      EXPECT_FALSE(description.empty()) << name << " " << text;
+      EXPECT_TRUE(seen.insert(ext).second) << text << " is declared twice (" << name << ")";
+    }
+  }
+}
+
+TEST(RealPlugins, EveryFixtureHasExactlyOneOwner) {
+  const auto files = AudioFixtures();
+  ASSERT_GE(files.size(), 30u);
+  for (const auto& file : files) EXPECT_FALSE(OwnerOf(file).empty()) << file;
+}
+
+TEST(RealPlugins, PropertyElementsNameTheExtraTagsSeparatedByCarriageReturns) {
+  for (const char* name : {"taglib", "ffmpeg"}) {
+    const auto names = Split(Plugin(name).PropertyElements(), u"\r");
+    EXPECT_THAT(names, testing::IsSupersetOf({std::u16string(u"Codec"), std::u16string(u"audio quality")})) << name;
+    // Every offered name is one the plug-in really writes for some fixture.
+    for (const auto& element : names) {
+      bool written = false;
+      for (const auto& file : AudioFixtures()) {
+        if (OwnerOf(file) != name) continue;
+        if (!Plugin(name).Read(DataFolder() + file).Tag(element).empty()) written = true;
+      }
+      EXPECT_TRUE(written) << name << " never writes " << Utf16ToUtf8(element);
+    }
+  }
+}
+
+struct Expected {
+  const char* file;
+  int formatTag;
+  int channels;
+  int rate;
+  int bits;
+  int lengthMs;  // the tone is 200 ms; codecs pad a little
+  int lengthSlackMs;
+  int minKbps, maxKbps;
+  const char* quality;  // prefix of "audio quality", "" when there must be none
+  int tagged;           // tags of make-fixtures.sh: 0 none, 1 title to album, 2 also the track
+};
+
+void PrintTo(const Expected& e, std::ostream* os) { *os << e.file; }
+
+class FixtureTest : public testing::TestWithParam<Expected> {};
+
+TEST_P(FixtureTest, ReadsFormatLengthBitRateQualityAndTags) {
+  const Expected& e = GetParam();
+  const std::string path = DataFolder() + e.file;
+  const ReadResult r = Plugin(OwnerOf(path)).Read(path);
+  ASSERT_TRUE(r.opened);
+  EXPECT_EQ(r.format.format_tag, e.formatTag);
+  EXPECT_EQ(r.format.channels, e.channels);
+  EXPECT_EQ(r.format.samples_per_sec, static_cast<std::uint32_t>(e.rate));
+  EXPECT_EQ(r.format.bits_per_sample, e.bits);
+  EXPECT_EQ(r.format.block_align, e.channels * e.bits / 8);
+  EXPECT_EQ(r.format.avg_bytes_per_sec, static_cast<std::uint32_t>(e.channels * e.bits / 8 * e.rate));
+  EXPECT_NEAR(r.lengthMs, e.lengthMs, e.lengthSlackMs);
+  EXPECT_GE(r.bitRate, static_cast<std::uint32_t>(e.minKbps) * 1000);
+  EXPECT_LE(r.bitRate, static_cast<std::uint32_t>(e.maxKbps) * 1000);
+  const auto fileSize = static_cast<std::int64_t>(fs::file_size(path));
+  EXPECT_GT(r.compressedSize, 0);
+  EXPECT_LE(r.compressedSize, fileSize);
+
+  const std::u16string quality = r.Tag(u"audio quality");
+  if (*e.quality == 0) {
+    EXPECT_EQ(quality, u"");
+  } else {
+    EXPECT_EQ(quality.rfind(Utf8ToUtf16(e.quality), 0), 0u) << Utf16ToUtf8(quality);
+    EXPECT_NE(quality.find(u"Lossless"), std::u16string::npos);
+  }
+  EXPECT_FALSE(r.Tag(u"Codec").empty());
+
+  if (e.tagged >= 1) {
+    EXPECT_EQ(r.Tag(u"Title"), u"Grüße ☃ Ωmega");
+    EXPECT_EQ(r.Tag(u"Artist").substr(0, 14), u"Fixture Artist");
+    EXPECT_EQ(r.Tag(u"Album"), u"Fixture Album");
+  } else {
+    EXPECT_EQ(r.Tag(u"Title"), u"");
+  }
+  if (e.tagged >= 2) {
+    EXPECT_EQ(r.Tag(u"Track"), u"3");
+  }
+  // Names never repeat: several values share one tag.
+  std::set<std::u16string> names;
+  for (const auto& tag : r.tags) EXPECT_TRUE(names.insert(AsciiFold(tag.first)).second) << Utf16ToUtf8(tag.first);
+}
+
+// clang-format off
+const Expected kFixtures[] = {
+    // file             tag ch  rate  bits len slack kbps       quality                    tagged
+    {"tone.mp3",         1, 2, 44100, 16, 200, 60,  48,   96,  "",                         2},
+    {"tone.mp2",         1, 2, 44100, 16, 200, 60,  112,  144, "",                         0},
+    {"tone.flac",        1, 2, 44100, 16, 200, 5,   100,  1411, "CD Lossless (16 bit / 44.1 kHz)", 2},
+    {"tone.ogg",         1, 2, 44100, 16, 200, 30,  20,   160, "",                         2},
+    {"tone.oga",         1, 2, 44100, 24, 200, 5,   100,  2117, "DVD Lossless (24 bit / 44.1 kHz)", 2},
+    {"tone.opus",        1, 2, 48000, 16, 200, 30,  16,   96,  "",                         2},
+    {"tone.spx",         1, 1, 16000, 16, 200, 30,  8,    64,  "",                         2},
+    {"tone.m4a",         1, 2, 44100, 16, 200, 40,  32,   96,  "",                         2},
+    {"tone-alac.m4a",    1, 2, 44100, 16, 200, 5,   1000, 1411, "CD Lossless",             2},
+    {"tone.mp4",         1, 2, 44100, 16, 200, 40,  32,   96,  "",                         2},
+    {"tone.wav",         1, 2, 44100, 16, 200, 2,   1411, 1411, "CD Lossless",             2},
+    {"tone-float.wav",   3, 1, 96000, 32, 200, 2,   3072, 3072, "High Resolution Lossless (32 bit float / 96 kHz)", 2},
+    {"tone.aiff",        1, 2, 48000, 16, 200, 2,   1536, 1536, "DAT Lossless (16 bit / 48 kHz)", 2},
+    {"tone.wv",          1, 2, 44100, 16, 200, 5,   100,  1411, "CD Lossless",             2},
+    {"tone.tta",         1, 2, 44100, 24, 200, 5,   100,  2117, "DVD Lossless",            0},
+    {"tone.wma",         1, 2, 44100, 16, 200, 60,  48,   96,  "",                         2},
+    {"tone.dsf",         1, 2, 2822400, 1, 10, 5,   5644, 5645, "High Resolution Lossless (DSD64)", 2},
+    {"tone.dff",         1, 2, 5644800, 1, 10, 5,   11289, 11290, "High Resolution Lossless (DSD128)", 0},
+    {"tone.ac3",         1, 2, 48000, 16, 200, 40,  96,   96,  "",                         0},
+    {"tone.dts",         1, 2, 48000, 16, 200, 40,  768,  768, "",                         0},
+    {"tone.aac",         1, 2, 44100, 16, 200, 60,  32,   96,  "",                         0},
+    {"tone.mka",         1, 2, 44100, 16, 200, 30,  0,    400, "",                         2},
+    {"tone.webm",        1, 2, 48000, 16, 200, 30,  0,    128, "",                         2},
+    {"tone.mkv",         1, 2, 44100, 16, 200, 30,  0,    400, "",                         2},
+    {"tone.avi",         1, 2, 44100, 16, 200, 60,  64,   64,  "",                         2},
+    {"tone.mov",         1, 2, 44100, 16, 200, 40,  32,   96,  "",                         1},
+    {"tone.mpg",         1, 2, 44100, 16, 200, 60,  128,  128, "",                         0},
+    {"tone.ts",          1, 2, 44100, 16, 200, 40,  128,  128, "",                         0},
+    {"tone.m2ts",        1, 2, 44100, 16, 200, 40,  128,  128, "",                         0},
+    {"tone.flv",         1, 2, 44100, 16, 200, 40,  64,   64,  "",                         2},
+    {"tone.3gp",         1, 2, 16000, 16, 200, 40,  16,   48,  "",                         0},
+};
+// clang-format on
+
+INSTANTIATE_TEST_SUITE_P(Fixtures, FixtureTest, testing::ValuesIn(kFixtures), [](const auto& p) {
+  std::string name = p.param.file;
+  for (auto& c : name) c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+  return name;
+});
+
+TEST(RealPlugins, TableCoversEveryFixture) {
+  std::set<std::string> listed;
+  for (const auto& e : kFixtures) listed.insert(e.file);
+  for (const auto& file : AudioFixtures()) EXPECT_TRUE(listed.count(file)) << file << " has no expected values";
+}
+
+TEST(RealPlugins, SeveralValuesOfOneTagAreJoinedByCarriageReturn) {
+  const ReadResult r = Plugin("taglib").Read(DataFolder() + "tone.flac");
+  ASSERT_TRUE(r.opened);
+  EXPECT_EQ(r.Tag(u"Artist"), u"Fixture Artist\rSecond Artist");
+}
+
+TEST(RealPlugins, KeysBecomeColumnNames) {
+  const ReadResult r = Plugin("taglib").Read(DataFolder() + "tone.mp3");
+  ASSERT_TRUE(r.opened);
+  EXPECT_EQ(r.Tag(u"Album Artist"), u"Fixture Album Artist");
+  EXPECT_EQ(r.Tag(u"Disc"), u"1/2");
+  EXPECT_EQ(r.Tag(u"Year"), u"2021");
+  EXPECT_EQ(r.Tag(u"Genre"), u"Ambient");
+  EXPECT_EQ(r.Tag(u"Composer"), u"Fixture Composer");
+  EXPECT_EQ(r.Tag(u"Comment"), u"Made from a sine");
+  EXPECT_EQ(r.Tag(u"Codec"), u"MPEG-1 Layer 3");
+}
+
+TEST(RealPlugins, DsdFilesNameTheirDsdTypeFirst) {
+  for (const auto& [file, type] : {std::pair{"tone.dsf", u"DSD64"}, std::pair{"tone.dff", u"DSD128"}}) {
+    const ReadResult r = Plugin("ffmpeg").Read(DataFolder() + file);
+    ASSERT_TRUE(r.opened) << file;
+    ASSERT_FALSE(r.tags.empty());
+    EXPECT_EQ(r.tags.front().first, u"DSD Type") << file;
+    EXPECT_EQ(r.tags.front().second, type) << file;
+  }
+}
+
+TEST(RealPlugins, PcmFilesReportTheirDataBytesAsCompressedSize) {
+  // Uncompressed audio: the data chunk alone, without the header and the tags, so
+  // that the selector shows 100 % for it.
+  const ReadResult r = Plugin("taglib").Read(DataFolder() + "tone.wav");
+  ASSERT_TRUE(r.opened);
+  EXPECT_EQ(r.compressedSize, static_cast<std::int64_t>(r.format.avg_bytes_per_sec) * r.lengthMs / 1000);
+}
+
+TEST(RealPlugins, FileNamesThatAreNotAsciiOpen) {
+  TempDir dir;
+  const std::u16string copy = dir / u"Grüße ♫.flac";
+  ASSERT_TRUE(WriteBytes(copy, ReadBytes(Utf8ToUtf16(DataFolder() + "tone.flac"))));
+  EXPECT_TRUE(Plugin("taglib").Read(Utf16ToUtf8(copy)).opened);
+}
+
+TEST(RealPlugins, AnInstanceOpensOneFileOnly) {
+  // Dropping the first file's blocks for a second would break the pointers the
+  // caller still holds; a second Open on one instance is refused instead.
+  for (const auto& [name, file] : {std::pair{"taglib", "tone.mp3"}, std::pair{"ffmpeg", "tone.mka"}}) {
+    const auto [first, second] = Plugin(name).OpenTwice(DataFolder() + file);
+    EXPECT_TRUE(first) << name;
+    EXPECT_FALSE(second) << name;
+  }
+}
+
+// Broken input: every fixture cut short at several places, empty files, noise with
+// an audio extension and folders named like audio files. Nothing may crash or hang;
+// what opens must still make sense.
+class BrokenInputTest : public testing::TestWithParam<std::string> {};
+
+TEST_P(BrokenInputTest, TruncatedCopiesOpenOrFailCleanly) {
+  const std::string& file = GetParam();
+  const std::string whole = ReadBytes(Utf8ToUtf16(DataFolder() + file));
+  const RealPlugin& plugin = Plugin(OwnerOf(file));
+  TempDir dir;
+  const std::u16string copy = dir / Utf8ToUtf16(file);
+  for (std::size_t cut : {std::size_t{0}, std::size_t{1}, std::size_t{12}, std::size_t{64}, whole.size() / 4,
+                          whole.size() / 2, whole.size() - 1}) {
+    ASSERT_TRUE(WriteBytes(copy, std::string_view(whole).substr(0, cut)));
+    const ReadResult r = plugin.Read(Utf16ToUtf8(copy));
+    if (cut == 0) {
+      EXPECT_FALSE(r.opened) << "empty " << file;
+    }
+    if (r.opened) {
+      EXPECT_GT(r.format.channels, 0) << file << " cut at " << cut;
+      EXPECT_LE(r.compressedSize, static_cast<std::int64_t>(cut)) << file << " cut at " << cut;
+      EXPECT_GE(r.lengthMs, 0);
+    }
+  }
+}
+
+// One test for every declared extension rather than one per case: each test
+// process loads both plug-ins, which costs more than the reads.
+TEST(RealPlugins, NoiseAndFoldersWithAnAudioExtensionNeitherCrashNorOpenWrongly) {
+  TempDir dir;
+  std::mt19937 random(12345);
+  std::string bytes(4096, '\0');
+  for (auto& b : bytes) b = static_cast<char>(random() & 0xFF);
+  for (const char* name : {"taglib", "ffmpeg"}) {
+    for (const auto& row : Plugin(name).Decodes()) {
+      const std::string ext = Utf16ToUtf8(row.first);
+      const std::u16string noise = dir / Utf8ToUtf16("noise" + ext);
+      ASSERT_TRUE(WriteBytes(noise, bytes));
+      const ReadResult r = Plugin(name).Read(Utf16ToUtf8(noise));
+      if (r.opened) {
+        // Raw streams (AC-3, DTS, MPEG) resync on anything; what they report must
+        // still be a format.
+        EXPECT_GT(r.format.channels, 0) << ext;
+        EXPECT_GT(r.format.samples_per_sec, 0u) << ext;
+      }
+      const std::u16string folder = dir / Utf8ToUtf16("folder" + ext);
+      ASSERT_TRUE(MakeFolder(folder));
+      EXPECT_FALSE(Plugin(name).Read(Utf16ToUtf8(folder)).opened) << ext;
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Fixtures, BrokenInputTest, testing::ValuesIn(AudioFixtures()), [](const auto& p) {
+  std::string name = p.param;
+  for (auto& c : name) c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+  return name;
+});
+
+TEST(RealPlugins, MissingFileAndNullPathDoNotOpen) {
+  for (const char* name : {"taglib", "ffmpeg"}) {
+    EXPECT_FALSE(Plugin(name).Read(DataFolder() + "no-such-file.mp3").opened) << name;
+    EXPECT_FALSE(Plugin(name).Read("").opened) << name;
+  }
+}
+
+}  // namespace
+}  // namespace tessaroven::test

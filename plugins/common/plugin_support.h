@@ -107,6 +107,18 @@ struct DecodeRow {
 std::int32_t AnswerGet(const DecodeRow* rows, std::size_t rowCount, const char16_t* propertyElements,
                        const TsvChar16* itemName, TsvItemRecord* item);
 
+// What a plug-in supplies; the nine C exports (plugin_exports.cpp) are shared and
+// built from it. Each plug-in defines kPlugin once.
+struct PluginDescription {
+  const DecodeRow* rows;  // the "Decodes" list
+  std::size_t rowCount;
+  const char16_t* propertyElements;  // "\r"-separated
+  void (*prepare)();  // on every Create: quiets the library's own logging
+  // Fills the record for the instance's one file; may throw (the export catches).
+  bool (*open)(InstanceBase& instance, TsvOpenRecord* record);
+};
+extern const PluginDescription kPlugin;
+
 // Runs body and turns any exception into fallback: no exception crosses the C boundary.
 template <typename Result, typename Body>
 Result GuardedCall(Result fallback, Body&& body) noexcept {

@@ -356,41 +356,7 @@ bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) {
 }
 
 }  // namespace
+
+const PluginDescription kPlugin = {kRows.data(), kRows.size(), kPropertyElements, SilenceTagLib, OpenInto};
+
 }  // namespace tessaroven::plugin
-
-using tessaroven::plugin::GuardedCall;
-using tessaroven::plugin::InstanceBase;
-
-TsvInstance Create(TsvCreateBlock*) {
-  return GuardedCall<TsvInstance>(nullptr, [] {
-    tessaroven::plugin::SilenceTagLib();
-    return static_cast<TsvInstance>(new InstanceBase);
-  });
-}
-
-void Destroy(TsvInstance instance) { delete static_cast<InstanceBase*>(instance); }
-
-int32_t Get(TsvInstance instance, const TsvChar16* itemName, TsvItemRecord* item) {
-  if (!instance) return 0;
-  return GuardedCall<int32_t>(0, [&] {
-    return tessaroven::plugin::AnswerGet(tessaroven::plugin::kRows.data(), tessaroven::plugin::kRows.size(),
-                                         tessaroven::plugin::kPropertyElements, itemName, item);
-  });
-}
-
-int32_t Set(TsvInstance, const TsvChar16*, const TsvItemRecord*) { return 0; }
-
-int32_t Open(TsvInstance instance, TsvOpenRecord* record) {
-  auto* self = static_cast<InstanceBase*>(instance);
-  if (!self || !record || self->opened) return 0;
-  self->opened = true;  // one file per instance, whether or not it could be read
-  return GuardedCall<int32_t>(0, [&] { return tessaroven::plugin::OpenInto(*self, record) ? 1 : 0; });
-}
-
-int32_t Close(TsvInstance) { return 0; }
-
-int32_t DecodeBlock(TsvInstance, void*, uint32_t) { return -1; }
-
-int32_t SetPosition(TsvInstance, int64_t) { return 0; }
-
-int32_t DeleteATag(TsvInstance, const TsvChar16*) { return 0; }

@@ -3,7 +3,7 @@
 #include <chrono>
 
 #include "base/settings.h"
-#include "base/special_folders.h"
+#include "base/known_folders.h"
 
 namespace tessaroven {
 

@@ -7,7 +7,7 @@
 
 #include "base/format.h"
 #include "base/settings.h"
-#include "base/special_folders.h"
+#include "base/known_folders.h"
 #include "base/temp_file.h"
 #include "base/text.h"
 #include "cli/terminal_prompts.h"

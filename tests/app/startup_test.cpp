@@ -9,7 +9,7 @@
 #include "app/child_process.h"
 #include "app/test_files.h"
 #include "base/settings.h"
-#include "base/special_folders.h"
+#include "base/known_folders.h"
 #include "base/text.h"
 #include "support/test_env.h"
 

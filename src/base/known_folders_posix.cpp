@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/path.h"
-#include "base/special_folders.h"
+#include "base/known_folders.h"
 #include "base/text.h"
 
 namespace tessaroven {

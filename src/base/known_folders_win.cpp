@@ -3,7 +3,7 @@
 
 #include "base/path.h"
 #include "base/settings.h"
-#include "base/special_folders.h"
+#include "base/known_folders.h"
 #include "base/text.h"
 
 namespace tessaroven {

@@ -1,4 +1,4 @@
-#include "base/special_folders.h"
+#include "base/known_folders.h"
 
 #include "base/text.h"
 

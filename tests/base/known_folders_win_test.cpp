@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "base/special_folders.h"
+#include "base/known_folders.h"
 #include "base/text.h"
 
 namespace tessaroven {

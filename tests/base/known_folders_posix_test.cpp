@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "base/special_folders.h"
+#include "base/known_folders.h"
 #include "base/text.h"
 #include "support/test_env.h"
 

@@ -10,7 +10,7 @@
 #include <thread>
 #include <typeinfo>
 
-#include "app/child_process.h"
+#include "support/child_process.h"
 #include "app/test_files.h"
 #include "support/test_env.h"
 

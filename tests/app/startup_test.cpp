@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "app/child_process.h"
+#include "support/child_process.h"
 #include "app/test_files.h"
 #include "base/settings.h"
 #include "base/known_folders.h"

@@ -4,10 +4,12 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <sstream>
 
 #include "base/platform.h"
 #include "base/text.h"
+#include "support/child_process.h"
 
 namespace tessaroven::test {
 namespace {
@@ -65,6 +67,14 @@ bool MakeFolder(const std::u16string& path) {
   std::error_code error;
   std::filesystem::create_directories(FsPath(path), error);
   return !error;
+}
+
+std::vector<int> RunChildren(const std::string& name, const std::vector<std::vector<std::string>>& argsPerChild) {
+  std::vector<std::unique_ptr<ChildProcess>> children;
+  for (const auto& args : argsPerChild) children.push_back(std::make_unique<ChildProcess>(name, args));
+  std::vector<int> codes;
+  for (auto& child : children) codes.push_back(child->Started() ? child->Wait() : -1);
+  return codes;
 }
 
 void RegisterChild(const std::string& name, ChildMain entry) { Children()[name] = std::move(entry); }

@@ -1,6 +1,4 @@
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -9,8 +7,6 @@
 
 #include "base/text.h"
 #include "support/test_env.h"
-
-extern char** environ;
 
 namespace tessaroven::test {
 namespace {
@@ -51,32 +47,6 @@ void RemoveTestRootIfOwner() {
   if (std::getenv("TESSAROVEN_TEST_CHILD")) return;
   std::error_code error;
   std::filesystem::remove_all(Utf16ToUtf8(TestRoot()), error);
-}
-
-std::vector<int> RunChildren(const std::string& name, const std::vector<std::vector<std::string>>& argsPerChild) {
-  setenv("TESSAROVEN_TEST_CHILD", "1", 1);
-  std::vector<pid_t> pids;
-  for (const auto& args : argsPerChild) {
-    std::vector<std::string> words = {"/proc/self/exe", "--child=" + name};
-    words.insert(words.end(), args.begin(), args.end());
-    std::vector<char*> argv;
-    for (auto& w : words) argv.push_back(w.data());
-    argv.push_back(nullptr);
-    pid_t pid = -1;
-    if (posix_spawn(&pid, "/proc/self/exe", nullptr, nullptr, argv.data(), environ) != 0) pid = -1;
-    pids.push_back(pid);
-  }
-  unsetenv("TESSAROVEN_TEST_CHILD");
-  std::vector<int> codes;
-  for (pid_t pid : pids) {
-    int status = 0;
-    if (pid < 0 || waitpid(pid, &status, 0) != pid) {
-      codes.push_back(-1);
-    } else {
-      codes.push_back(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
-    }
-  }
-  return codes;
 }
 
 }  // namespace tessaroven::test

@@ -7,28 +7,6 @@
 #include "support/test_env.h"
 
 namespace tessaroven::test {
-namespace {
-
-std::wstring QuoteArgument(const std::wstring& arg) {
-  // The MSVC runtime's rules: backslashes are literal unless they precede a quote.
-  std::wstring quoted = L"\"";
-  std::size_t backslashes = 0;
-  for (wchar_t c : arg) {
-    if (c == L'\\') {
-      ++backslashes;
-      continue;
-    }
-    if (c == L'"') quoted.append(backslashes * 2 + 1, L'\\');
-    else quoted.append(backslashes, L'\\');
-    backslashes = 0;
-    quoted.push_back(c);
-  }
-  quoted.append(backslashes * 2, L'\\');
-  quoted.push_back(L'"');
-  return quoted;
-}
-
-}  // namespace
 
 const std::u16string& TestRoot() {
   static const std::u16string root = [] {
@@ -57,36 +35,6 @@ void RemoveTestRootIfOwner() {
   if (GetEnvironmentVariableW(L"TESSAROVEN_TEST_CHILD", nullptr, 0) > 0) return;
   std::error_code error;
   std::filesystem::remove_all(std::filesystem::path(ToOsString(TestRoot())), error);
-}
-
-std::vector<int> RunChildren(const std::string& name, const std::vector<std::vector<std::string>>& argsPerChild) {
-  wchar_t self[MAX_PATH * 2];
-  GetModuleFileNameW(nullptr, self, MAX_PATH * 2);
-  SetEnvironmentVariableW(L"TESSAROVEN_TEST_CHILD", L"1");
-  std::vector<PROCESS_INFORMATION> children;
-  for (const auto& args : argsPerChild) {
-    std::wstring line = QuoteArgument(self) + L" " + QuoteArgument(ToOsString(Utf8ToUtf16("--child=" + name)));
-    for (const auto& arg : args) line += L" " + QuoteArgument(ToOsString(Utf8ToUtf16(arg)));
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION info{};
-    if (!CreateProcessW(self, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info))
-      info.hProcess = nullptr;
-    children.push_back(info);
-  }
-  SetEnvironmentVariableW(L"TESSAROVEN_TEST_CHILD", nullptr);
-  std::vector<int> codes;
-  for (auto& info : children) {
-    DWORD code = static_cast<DWORD>(-1);
-    if (info.hProcess) {
-      WaitForSingleObject(info.hProcess, INFINITE);
-      GetExitCodeProcess(info.hProcess, &code);
-      CloseHandle(info.hProcess);
-      CloseHandle(info.hThread);
-    }
-    codes.push_back(static_cast<int>(code));
-  }
-  return codes;
 }
 
 }  // namespace tessaroven::test

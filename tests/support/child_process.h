@@ -1,6 +1,6 @@
 // A child process of this test executable that runs in the background: started in
-// a role registered with TESSAROVEN_TEST_CHILD, waited for or killed later. (The
-// support library's RunChildren waits for its children at once.)
+// a role registered with TESSAROVEN_TEST_CHILD (test_env.h), waited for or killed
+// later. It inherits the environment, the test root included.
 #pragma once
 
 #include <memory>

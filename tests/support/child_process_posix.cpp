@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "app/child_process.h"
+#include "support/child_process.h"
 
 extern char** environ;
 

@@ -1,6 +1,6 @@
 #include <windows.h>
 
-#include "app/child_process.h"
+#include "support/child_process.h"
 #include "base/text.h"
 
 namespace tessaroven::test {

@@ -25,7 +25,7 @@ function(tessaroven_test_suite name)
     set_tests_properties(${name} PROPERTIES TIMEOUT 900
                          ENVIRONMENT "TESSAROVEN_WINEPREFIX=${CMAKE_BINARY_DIR}/wineprefix")
   else()
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES
                          PROPERTIES TIMEOUT 300)
   endif()
 endfunction()

@@ -41,12 +41,15 @@ void PutU32(std::vector<std::uint8_t>& out, std::uint32_t v) {
 }
 
 void PutText(std::vector<std::uint8_t>& out, std::u16string_view text) {
+  // Sized once per text rather than grown byte by byte: every file's tags pass here.
+  std::size_t at = out.size();
+  out.resize(at + 2 * text.size() + 2);
   for (char16_t c : text) {
-    out.push_back(static_cast<std::uint8_t>(c & 0xFF));
-    out.push_back(static_cast<std::uint8_t>(c >> 8));
+    out[at++] = static_cast<std::uint8_t>(c & 0xFF);
+    out[at++] = static_cast<std::uint8_t>(c >> 8);
   }
-  out.push_back(0);
-  out.push_back(0);
+  out[at++] = 0;
+  out[at] = 0;
 }
 
 bool EqualsAsciiFold(std::u16string_view a, std::u16string_view b) {
@@ -146,6 +149,9 @@ bool TagBlock::Has(std::u16string_view name) const {
 
 const std::vector<std::uint8_t>& TagBlock::Bytes() {
   bytes_.clear();
+  std::size_t total = 4;
+  for (const auto& [name, value] : tags_) total += 4 + 2 * (name.size() + value.size() + 2);
+  bytes_.reserve(total);
   PutU32(bytes_, static_cast<std::uint32_t>(tags_.size()));
   for (const auto& [name, value] : tags_) {
     const std::size_t start = bytes_.size();
@@ -256,9 +262,11 @@ std::u16string QualityLabel(const AudioShape& shape) {
 }
 
 void Publish(InstanceBase& instance, const OpenResult& result, TsvOpenRecord* record) {
-  const int channels = std::max(result.channels, 0);
-  const int bits = std::max(result.bitsPerSample, 0);
-  const auto blockAlign = static_cast<std::uint16_t>(channels * bits / 8);
+  // A damaged header can claim any channel count; the record's fields are 16 bits wide,
+  // so clamp before multiplying rather than overflow.
+  const int channels = std::clamp(result.channels, 0, 0xFFFF);
+  const int bits = std::clamp(result.bitsPerSample, 0, 0xFFFF);
+  const auto blockAlign = static_cast<std::uint16_t>(std::min<std::int64_t>(std::int64_t{channels} * bits / 8, 0xFFFF));
   record->format.format_tag = result.formatTag;
   record->format.channels = static_cast<std::uint16_t>(channels);
   record->format.samples_per_sec = static_cast<std::uint32_t>(std::max(result.sampleRate, 0));

@@ -31,6 +31,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -111,7 +112,28 @@ const Format* FormatFor(const std::string& path) {
   return nullptr;
 }
 
-std::u16string ToU16(const TagLib::String& s) { return FromUtf8(s.to8Bit(true)); }
+// TagLib keeps UTF-16 units in its strings; copying them straight is what the
+// round trip through UTF-8 gives for every unit outside the surrogate range, and
+// that round trip cost more than the rest of the tag handling together. Texts with
+// surrogates (paired or not) still take it, so they come out exactly as before.
+bool IsSurrogate(wchar_t unit) { return unit >= 0xD800 && unit <= 0xDFFF; }
+
+std::u16string ToU16(const TagLib::String& s) {
+  if (std::any_of(s.begin(), s.end(), IsSurrogate)) return FromUtf8(s.to8Bit(true));
+  std::u16string text(s.size(), u'\0');
+  std::transform(s.begin(), s.end(), text.begin(), [](wchar_t unit) { return static_cast<char16_t>(unit); });
+  return text;
+}
+
+// Property names are ASCII in practice; others take TagLib's own conversion.
+std::string KeyToUtf8(const TagLib::String& key) {
+  if (!std::all_of(key.begin(), key.end(), [](wchar_t unit) { return unit >= 0 && unit < 0x80; })) {
+    return key.to8Bit(true);
+  }
+  std::string text(key.size(), '\0');
+  std::transform(key.begin(), key.end(), text.begin(), [](wchar_t unit) { return static_cast<char>(unit); });
+  return text;
+}
 
 // What the codec-specific parts found beyond TagLib's common properties.
 struct CodecFacts {
@@ -174,7 +196,13 @@ std::unique_ptr<TagLib::File> OpenFile(Kind kind, const char* path, CodecFacts& 
         const TagLib::Ogg::PageHeader* last = flac->lastPageHeader();
         if (props->lengthInMilliseconds() <= 0 && last && props->sampleRate() > 0 &&
             last->absoluteGranularPosition() > 0) {
-          facts.lengthMs = last->absoluteGranularPosition() * 1000 / props->sampleRate();
+          // Seconds first: a damaged page can carry a position near the 64-bit limit,
+          // and such a length is no length at all.
+          const long long position = last->absoluteGranularPosition();
+          const long long rate = props->sampleRate();
+          if (position / rate < std::numeric_limits<long long>::max() / 1000 - 1) {
+            facts.lengthMs = position / rate * 1000 + position % rate * 1000 / rate;
+          }
         }
         return flac;
       }
@@ -342,7 +370,7 @@ bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) {
   TagBlock& tags = instance.tags;
   for (std::size_t source = 0; source < facts.tagSources.size(); ++source) {
     for (const auto& [key, values] : facts.tagSources[source]) {
-      const std::u16string column = ColumnNameForKey(key.to8Bit(true));
+      const std::u16string column = ColumnNameForKey(KeyToUtf8(key));
       if (source > 0 && tags.Has(column)) continue;
       for (const auto& value : values) tags.Append(column, ToU16(value));
     }

@@ -317,6 +317,49 @@ INSTANTIATE_TEST_SUITE_P(Fixtures, BrokenInputTest, testing::ValuesIn(AudioFixtu
   return name;
 });
 
+// A header claiming an absurd channel count (found by fuzzing): the format handed
+// back must stay self-consistent instead of overflowing while it is computed.
+TEST(RealPlugins, AbsurdChannelCountKeepsTheFormatConsistent) {
+  std::string bytes = ReadBytes(Utf8ToUtf16(DataFolder() + "tone.spx"));
+  // The Speex header starts after the first Ogg page header (27 bytes + one lacing
+  // byte); its channel count is at offset 48 of it.
+  constexpr std::size_t kChannels = 28 + 48;
+  ASSERT_GT(bytes.size(), kChannels + 4);
+  ASSERT_EQ(bytes.substr(28, 5), "Speex");
+  ASSERT_EQ(bytes.substr(kChannels, 4), std::string("\x01\0\0\0", 4));
+  bytes.replace(kChannels, 4, "\x1d\x1d\x1d\x1d");
+  TempDir dir;
+  const std::u16string file = dir / u"channels.spx";
+  ASSERT_TRUE(WriteBytes(file, bytes));
+  const ReadResult r = Plugin("taglib").Read(Utf16ToUtf8(file));
+  if (r.opened) {
+    const std::int64_t expected =
+        std::min<std::int64_t>(std::int64_t{r.format.channels} * r.format.bits_per_sample / 8, 0xFFFF);
+    EXPECT_EQ(r.format.block_align, expected);
+    EXPECT_EQ(std::int64_t{r.format.avg_bytes_per_sec}, std::int64_t{r.format.block_align} * r.format.samples_per_sec);
+  }
+}
+
+// tone.oga leaves the sample count of its header at 0, so its length comes from the
+// last page's position. A damaged position near the 64-bit limit (found by fuzzing)
+// must give the length it stands for, not an overflowed one.
+TEST(RealPlugins, HugeLastPagePositionGivesItsLengthWithoutOverflow) {
+  std::string bytes = ReadBytes(Utf8ToUtf16(DataFolder() + "tone.oga"));
+  const std::size_t lastPage = bytes.rfind("OggS");
+  ASSERT_NE(lastPage, std::string::npos);
+  ASSERT_GT(lastPage, 0u);
+  // The granule position is the little-endian 64-bit field at offset 6 of the page.
+  constexpr std::int64_t kPosition = 0x0404040404040404;
+  for (int i = 0; i < 8; ++i) bytes[lastPage + 6 + i] = static_cast<char>((kPosition >> (8 * i)) & 0xFF);
+  TempDir dir;
+  const std::u16string file = dir / u"position.oga";
+  ASSERT_TRUE(WriteBytes(file, bytes));
+  const ReadResult r = Plugin("taglib").Read(Utf16ToUtf8(file));
+  ASSERT_TRUE(r.opened);
+  ASSERT_EQ(r.format.samples_per_sec, 44100u);
+  EXPECT_EQ(r.lengthMs, kPosition / 44100 * 1000 + kPosition % 44100 * 1000 / 44100);
+}
+
 TEST(RealPlugins, MissingFileAndNullPathDoNotOpen) {
   for (const char* name : {"taglib", "ffmpeg"}) {
     EXPECT_FALSE(Plugin(name).Read(DataFolder() + "no-such-file.mp3").opened) << name;

@@ -78,6 +78,14 @@ bool clQzDecoder::LoadAndResolve(std::optional<std::u16string_view> path) {
 }
 
 bool clQzDecoder::LoadFor(std::u16string_view path, std::u16string_view extension) {
+  // A folder of mixed formats switches extension nearly every file, mostly between
+  // extensions of one plug-in: releasing and loading that library again would cost
+  // more than reading the file.
+  if (valid_ && HasModule() && libraryPath_ == path) {
+    DestroyInstance();
+    extension_ = std::u16string(extension);
+    return true;
+  }
   Unload();
   if (!LoadAndResolve(path)) return false;
   extension_ = std::u16string(extension);

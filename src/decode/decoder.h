@@ -57,7 +57,8 @@ class clQzDecoder : public XDLL {
   // True only when a library is loaded and all nine were found; missing ones stay
   // null. With no path nothing is loaded, so the result is false.
   virtual bool LoadAndResolve(std::optional<std::u16string_view> path);
-  // Unloads, then loads `path` for `extension`. On false a loaded module may stay
+  // Unloads, then loads `path` for `extension`; a complete library already held from
+  // `path` is kept and only its instance destroyed. On false a loaded module may stay
   // held until the next Unload.
   bool LoadFor(std::u16string_view path, std::u16string_view extension);
   // Destroys the instance, releases the library, clears everything.

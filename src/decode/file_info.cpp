@@ -60,6 +60,9 @@ std::u16string CompressionText(const FileInfo& info) {
   return FormatInteger(compressed * 100 / uncompressed) + u"%";
 }
 
+// How many tags PresentFileInfo may add at most.
+constexpr std::size_t kPresentedColumns = 16;
+
 }  // namespace
 
 AudioFormat CopyAudioFormat(const TsvOpenRecord& record) {
@@ -103,6 +106,8 @@ FileInfo PresentFileInfo(RawFileInfo raw, std::u16string_view file, std::uint32_
   info.tags = std::move(raw.tags1);
   MergeTags(info.tags, raw.tags2);
   TagList& tags = info.tags;
+  // Room for the columns set below, so the list grows once, not column by column.
+  tags.reserve(tags.size() + kPresentedColumns);
 
   info.lengthMs = info.properties.length_ms;
   info.bitRate = info.properties.bit_rate;

@@ -18,13 +18,16 @@ std::int32_t ReadInt32(const std::uint8_t* p) {
 // Reads UTF-16LE units from [pos, end) up to and including a zero unit; an odd last
 // byte is no unit.
 std::u16string ReadText(const std::uint8_t* data, std::int64_t& pos, std::int64_t end) {
-  std::u16string text;
-  while (end - pos >= 2) {
-    const auto unit = static_cast<char16_t>(data[pos] | (data[pos + 1] << 8));
+  // Measured first and filled in one go: a block holds dozens of texts per file, and
+  // growing each one unit by unit showed up in the file-information benchmark.
+  std::int64_t stop = pos;
+  while (end - stop >= 2 && (data[stop] | data[stop + 1]) != 0) stop += 2;
+  std::u16string text(static_cast<std::size_t>((stop - pos) / 2), u'\0');
+  for (char16_t& unit : text) {
+    unit = static_cast<char16_t>(data[pos] | (data[pos + 1] << 8));
     pos += 2;
-    if (unit == 0) break;
-    text.push_back(unit);
   }
+  if (end - pos >= 2) pos += 2;  // the zero unit
   return text;
 }
 
@@ -34,6 +37,8 @@ TagList ParseTagBlock(const std::uint8_t* data, std::int64_t length) {
   TagList tags;
   if (data == nullptr || length <= 4) return tags;
   const std::int32_t count = ReadInt32(data);
+  // Every record takes at least 4 bytes, which bounds what a damaged count can reserve.
+  if (count > 0) tags.reserve(static_cast<std::size_t>(std::min<std::int64_t>(count, (length - 4) / 4)));
   std::int64_t pos = 4;
   for (std::int32_t i = 0; i < count; ++i) {
     if (length - pos < 4) break;

@@ -249,16 +249,26 @@ int DsdMultiple(std::int64_t oneBitRate) {
 
 std::u16string QualityLabel(const AudioShape& shape) {
   if (!shape.lossless) return {};
-  if (shape.dsdMultiple > 0) return u"High Resolution Lossless (DSD" + Decimal(shape.dsdMultiple) + u")";
+  // Built by appending: GCC 12 warns falsely (-Wrestrict) on "literal" + string&&.
+  std::u16string label;
+  if (shape.dsdMultiple > 0) {
+    label = u"High Resolution Lossless (DSD";
+    label += Decimal(shape.dsdMultiple);
+    label += u")";
+    return label;
+  }
   const int bits = shape.bitsPerSample;
   const int rate = shape.sampleRate;
-  std::u16string detail =
-      u"(" + Decimal(bits) + (shape.floatingPoint ? u" bit float / " : u" bit / ") + KiloHertzText(rate) + u")";
-  if (shape.floatingPoint || rate > 48000 || bits > 24) return u"High Resolution Lossless " + detail;
-  if (bits == 16 && rate == 44100) return u"CD Lossless " + detail;
-  if (bits == 16 && (rate == 48000 || rate == 32000)) return u"DAT Lossless " + detail;
-  if (bits > 16 && (rate == 44100 || rate == 48000)) return u"DVD Lossless " + detail;
-  return u"Lossless " + detail;
+  if (shape.floatingPoint || rate > 48000 || bits > 24) label = u"High Resolution Lossless (";
+  else if (bits == 16 && rate == 44100) label = u"CD Lossless (";
+  else if (bits == 16 && (rate == 48000 || rate == 32000)) label = u"DAT Lossless (";
+  else if (bits > 16 && (rate == 44100 || rate == 48000)) label = u"DVD Lossless (";
+  else label = u"Lossless (";
+  label += Decimal(bits);
+  label += shape.floatingPoint ? u" bit float / " : u" bit / ";
+  label += KiloHertzText(rate);
+  label += u")";
+  return label;
 }
 
 void Publish(InstanceBase& instance, const OpenResult& result, TsvOpenRecord* record) {

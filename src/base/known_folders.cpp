@@ -80,7 +80,7 @@ std::map<std::string, std::u16string> ParseXdgUserDirs(std::string_view content,
       if (homeFolder.empty()) continue;  // nothing to expand it to
       path = homeFolder == u"/" ? std::u16string() : homeFolder;
       path += Utf8ToUtf16(value->rest);
-      if (path.empty()) path = u"/";
+      if (path.empty()) path.push_back(u'/');
     } else if (!value->rest.empty() && value->rest.front() == '/') {
       path = Utf8ToUtf16(value->rest);
     } else {

@@ -62,7 +62,7 @@ class XBinarySortList {
   // Adds the record; records equal to existing ones go after them in the index.
   // Returns its insertion-order position.
   std::size_t Add(T record) {
-    const std::size_t at = UpperBound(record);
+    const std::size_t at = Bound(record, true);
     return Insert(std::move(record), at);
   }
 
@@ -86,14 +86,7 @@ class XBinarySortList {
   // Sorted position of the first record not less than `key`.
   template <class Key>
   std::size_t LowerBound(const Key& key) const {
-    std::size_t low = 0;
-    std::size_t high = index_.size();
-    while (low < high) {
-      const std::size_t mid = low + (high - low) / 2;
-      if (compare_(key, records_[index_[mid]]) > 0) low = mid + 1;
-      else high = mid;
-    }
-    return low;
+    return Bound(key, false);
   }
 
   void Clear() {
@@ -102,13 +95,16 @@ class XBinarySortList {
   }
 
  private:
+  // Halving search: the first sorted position whose record is greater than `key`
+  // (upper) or not less than it (lower).
   template <class Key>
-  std::size_t UpperBound(const Key& key) const {
+  std::size_t Bound(const Key& key, bool upper) const {
     std::size_t low = 0;
     std::size_t high = index_.size();
     while (low < high) {
       const std::size_t mid = low + (high - low) / 2;
-      if (compare_(key, records_[index_[mid]]) >= 0) low = mid + 1;
+      const int order = compare_(key, records_[index_[mid]]);
+      if (order > 0 || (upper && order == 0)) low = mid + 1;
       else high = mid;
     }
     return low;

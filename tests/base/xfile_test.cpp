@@ -384,43 +384,46 @@ INSTANTIATE_TEST_SUITE_P(XFile, XFileFolder,
                                          FolderOpenCase{"ReadWriteCreateAlways", kReadWrite, CREATE_ALWAYS}),
                          [](const auto& p) { return std::string(p.param.name); });
 
-TEST(XFile, WriteToReadOnlyHandlePromptsAndRetries) {
+// A transfer the handle does not allow: each Retry really tries again, Cancel ends it,
+// and the file keeps its content.
+struct TransferFailureCase {
+  const char* name;
+  std::uint32_t access;  // the handle's access: the opposite of the transfer
+  std::u16string_view text;
+  std::u16string_view caption;
+};
+
+class XFileTransferFailure : public testing::TestWithParam<TransferFailureCase> {};
+
+TEST_P(XFileTransferFailure, PromptsAndRetriesUntilCancel) {
+  const auto& c = GetParam();
   TempDir dir;
-  const std::u16string path = dir / u"readonly.bin";
+  const std::u16string path = dir / u"file.bin";
   ASSERT_TRUE(WriteBytes(path, "keep"));
   ScriptedPrompts prompts({kAnswerRetry, kAnswerCancel});
   XFile file(path);
-  ASSERT_TRUE(file.Open(GENERIC_READ, OPEN_EXISTING, true));
+  ASSERT_TRUE(file.Open(c.access, OPEN_EXISTING, true));
 
-  EXPECT_FALSE(WriteText(file, "new"));
+  if (c.access == GENERIC_READ) EXPECT_FALSE(WriteText(file, "new"));
+  else EXPECT_EQ(ReadAll(file, 4), "");
   const auto shown = prompts.Shown();
   ASSERT_EQ(shown.size(), 2u);
   for (const auto& prompt : shown) {
-    EXPECT_EQ(prompt.text, Quoted(u"Unable to write to '", path));
-    EXPECT_EQ(prompt.caption, u"File Write Error");
+    EXPECT_EQ(prompt.text, Quoted(c.text, path));
+    EXPECT_EQ(prompt.caption, c.caption);
     EXPECT_EQ(prompt.style, kRetryCancelInformation);
   }
   file.Close();
   EXPECT_EQ(ReadBytes(path), "keep");
 }
 
-TEST(XFile, ReadFromWriteOnlyHandlePromptsAndRetries) {
-  TempDir dir;
-  const std::u16string path = dir / u"writeonly.bin";
-  ASSERT_TRUE(WriteBytes(path, "secret"));
-  ScriptedPrompts prompts({kAnswerRetry, kAnswerCancel});
-  XFile file(path);
-  ASSERT_TRUE(file.Open(GENERIC_WRITE, OPEN_EXISTING, true));
-
-  EXPECT_EQ(ReadAll(file, 6), "");
-  const auto shown = prompts.Shown();
-  ASSERT_EQ(shown.size(), 2u);
-  for (const auto& prompt : shown) {
-    EXPECT_EQ(prompt.text, Quoted(u"Unable to read from '", path));
-    EXPECT_EQ(prompt.caption, u"File Read Error");
-    EXPECT_EQ(prompt.style, kRetryCancelInformation);
-  }
-}
+INSTANTIATE_TEST_SUITE_P(
+    XFile, XFileTransferFailure,
+    testing::Values(TransferFailureCase{"WriteThroughReadOnlyHandle", GENERIC_READ, u"Unable to write to '",
+                                        u"File Write Error"},
+                    TransferFailureCase{"ReadThroughWriteOnlyHandle", GENERIC_WRITE, u"Unable to read from '",
+                                        u"File Read Error"}),
+    [](const auto& p) { return std::string(p.param.name); });
 
 TEST(XFile, FailedTransfersAreSilentWhenNotInteractive) {
   TempDir dir;

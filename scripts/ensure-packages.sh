@@ -25,7 +25,10 @@ ensure_packages() {
   "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${missing[@]}" >/dev/null
 }
 
-# What every build needs: compiler, CMake, Ninja, GoogleTest and Google Benchmark.
-BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev googletest libbenchmark-dev libtag1-dev libavformat-dev libavcodec-dev libavutil-dev)
+# What every build needs: compiler, CMake, Ninja, GoogleTest and Google Benchmark,
+# TagLib and FFmpeg for the plug-ins, Qt 6 for the window.
+BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev googletest libbenchmark-dev libtag1-dev libavformat-dev libavcodec-dev libavutil-dev qt6-base-dev)
+# The crash tests open the dumps they provoke in a debugger.
+TEST_PACKAGES=(lldb)
 # The Windows build of the core and Wine to run its tests.
 WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix wine64)

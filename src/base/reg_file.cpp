@@ -67,10 +67,21 @@ bool HasUnpairedSurrogate(std::u16string_view s) {
 // A key path as the document keeps it: trailing backslashes dropped; nullopt when it
 // has an empty component, starts with "-" (the format's "delete this key") or holds
 // text the format cannot carry.
+// Every setting read passes here, so the checks share one pass over the text.
 std::optional<std::u16string_view> NormalKeyPath(std::u16string_view path) {
   while (!path.empty() && path.back() == u'\\') path.remove_suffix(1);
-  if (path.empty() || path.front() == u'-' || !IsCarriable(path)) return std::nullopt;
-  if (path.front() == u'\\' || path.find(u"\\\\") != std::u16string_view::npos) return std::nullopt;
+  if (path.empty() || path.front() == u'-' || path.front() == u'\\') return std::nullopt;
+  char16_t previous = 0;
+  for (std::size_t i = 0; i < path.size(); ++i) {
+    const char16_t c = path[i];
+    if (c == 0 || c == u'\r' || c == u'\n') return std::nullopt;
+    if (c == u'\\' && previous == u'\\') return std::nullopt;  // an empty component
+    if (c >= 0xD800 && c <= 0xDFFF) {
+      if (c >= 0xDC00 || i + 1 >= path.size() || path[i + 1] < 0xDC00 || path[i + 1] > 0xDFFF) return std::nullopt;
+      ++i;
+    }
+    previous = c;
+  }
   return path;
 }
 
@@ -398,17 +409,30 @@ bool RegFile::IsValidKeyPath(std::u16string_view keyPath) { return NormalKeyPath
 
 bool RegFile::IsValidName(std::u16string_view name) { return IsCarriable(name); }
 
+std::size_t RegFile::FoldedHash::operator()(std::u16string_view text) const {
+  std::uint64_t hash = 14695981039346656037ull;  // FNV-1a over the folded units
+  for (char16_t c : text) {
+    if (c >= u'A' && c <= u'Z') c = static_cast<char16_t>(c + 32);
+    hash = (hash ^ c) * 1099511628211ull;
+  }
+  return static_cast<std::size_t>(hash);
+}
+
+bool RegFile::FoldedEqual::operator()(std::u16string_view a, std::u16string_view b) const {
+  return AsciiFoldEquals(a, b);
+}
+
 bool RegFile::HasKey(std::u16string_view keyPath) const {
   const auto key = NormalKeyPath(keyPath);
-  return key && existing_.contains(AsciiFold(*key));
+  return key && existing_.contains(*key);
 }
 
 const RegValue* RegFile::Find(std::u16string_view keyPath, std::u16string_view name) const {
   const auto key = NormalKeyPath(keyPath);
   if (!key) return nullptr;
-  const auto index = keys_.find(AsciiFold(*key));
+  const auto index = keys_.find(*key);
   if (index == keys_.end()) return nullptr;
-  const auto found = index->second.values.find(AsciiFold(name));
+  const auto found = index->second.values.find(name);
   if (found == index->second.values.end()) return nullptr;
   return &sections_[found->second.section].lines[found->second.line].value;
 }
@@ -433,7 +457,7 @@ std::size_t RegFile::AppendSection(std::u16string_view keyPath) {
 
 bool RegFile::AddKey(std::u16string_view keyPath) {
   const auto key = NormalKeyPath(keyPath);
-  if (!key || existing_.contains(AsciiFold(*key))) return false;
+  if (!key || existing_.contains(*key)) return false;
   AppendSection(*key);
   return true;
 }

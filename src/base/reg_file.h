@@ -96,9 +96,22 @@ class RegFile {
     std::size_t section = 0;
     std::size_t line = 0;
   };
+  // Names and key paths compare with the ASCII fold; hashing and comparing folded
+  // on the fly lets a lookup take the caller's text as it is, without a folded copy.
+  struct FoldedHash {
+    using is_transparent = void;
+    std::size_t operator()(std::u16string_view text) const;
+  };
+  struct FoldedEqual {
+    using is_transparent = void;
+    bool operator()(std::u16string_view a, std::u16string_view b) const;
+  };
+  template <typename Value>
+  using FoldedMap = std::unordered_map<std::u16string, Value, FoldedHash, FoldedEqual>;
+
   struct KeyIndex {
     std::vector<std::size_t> sections;
-    std::unordered_map<std::u16string, Location> values;  // by folded name; the last occurrence
+    FoldedMap<Location> values;  // by name; the last occurrence
   };
 
   void IndexSection(std::size_t section);
@@ -108,8 +121,8 @@ class RegFile {
   std::shared_ptr<const std::string> source_;  // the parsed file as UTF-8, shared by copies
   std::vector<Section> sections_;
   std::string eol_ = "\n";
-  std::unordered_map<std::u16string, KeyIndex> keys_;  // by folded key path
-  std::unordered_set<std::u16string> existing_;        // folded paths of every key and of its parents
+  FoldedMap<KeyIndex> keys_;  // by key path
+  std::unordered_set<std::u16string, FoldedHash, FoldedEqual> existing_;  // every key and its parents
 };
 
 }  // namespace tessaroven

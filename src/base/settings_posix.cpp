@@ -27,6 +27,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
@@ -167,6 +168,7 @@ class SettingsFile {
     if (!RegFile::IsValidKeyPath(keyPath)) return nullptr;
     std::lock_guard guard(mutex_);
     if (!Prepare()) return nullptr;
+    if (file_ && file_->HasKey(keyPath) && CacheIsCurrent()) return file_;
     {
       FileLock shared = Lock(LOCK_SH);
       if (!shared || !Load()) return nullptr;
@@ -229,14 +231,19 @@ class SettingsFile {
   // Under mutex_: stores the values and sets each one's result.
   void WriteBatch(const std::vector<PendingWrite*>& batch) {
     if (!Prepare()) return;
+    // Storing what is already there must not touch the file: some values are
+    // written again on every use (the decoder cache on every change of extension).
+    const auto allStored = [&] {
+      return std::all_of(batch.begin(), batch.end(), [&](const PendingWrite* write) { return IsStored(*write); });
+    };
+    if (CacheIsCurrent() && allStored()) {
+      for (PendingWrite* write : batch) write->result = true;
+      return;
+    }
     {
-      // Storing what is already there must not touch the file: some values are
-      // written again on every use.
       FileLock shared = Lock(LOCK_SH);
       if (!shared || !Load()) return;
-      bool allStored = true;
-      for (const PendingWrite* write : batch) allStored = allStored && IsStored(*write);
-      if (allStored) {
+      if (allStored()) {
         for (PendingWrite* write : batch) write->result = true;
         return;
       }
@@ -270,11 +277,13 @@ class SettingsFile {
   bool Prepare() {
     const char* xdg = std::getenv("XDG_CONFIG_HOME");
     const char* home = std::getenv("HOME");
-    std::string from = std::string(xdg ? xdg : "") + '\n' + (home ? home : "");
-    if (from != resolvedFrom_) {
+    if (!resolved_ || resolvedXdg_ != (xdg ? xdg : "") || resolvedHome_ != (home ? home : "")) {
       CloseLock();
-      resolvedFrom_ = std::move(from);
+      resolved_ = true;
+      resolvedXdg_ = xdg ? xdg : "";
+      resolvedHome_ = home ? home : "";
       folder_ = SettingsFolder();
+      filePath_ = folder_ + "/user.reg";
     }
     if (folder_.empty()) return false;
     return lockFd_ >= 0 || OpenLock();
@@ -310,7 +319,7 @@ class SettingsFile {
     return FileLock(-1, 0);
   }
 
-  std::string FilePath() const { return folder_ + "/user.reg"; }
+  const std::string& FilePath() const { return filePath_; }
 
   std::uint64_t ReadGeneration() const {
     unsigned char bytes[kGenerationBytes] = {};
@@ -325,6 +334,21 @@ class SettingsFile {
     unsigned char bytes[kGenerationBytes];
     for (std::size_t i = 0; i < kGenerationBytes; ++i) bytes[i] = static_cast<unsigned char>(generation >> (8 * i));
     Retrying([&] { return pwrite(lockFd_, bytes, sizeof bytes, 0); });
+  }
+
+  // Whether the parsed copy is still the file on disk, asked without the file lock:
+  // the decoder reads a value for every file it opens, and two flock() calls would
+  // cost more than the rest of the read. A writer renames its file into place first
+  // and bumps the generation after, so a reader that sees the same generation before
+  // and after its stat, and the same identity in between, looked at the file it
+  // parsed: a write that slipped in has either not renamed yet (the old file is still
+  // current) or renamed and then changed the identity or, for a second write that got
+  // the old inode back, already bumped the generation once.
+  bool CacheIsCurrent() const {
+    if (!cacheValid_ || ReadGeneration() != generation_) return false;
+    struct stat st {};
+    if (stat(FilePath().c_str(), &st) != 0) return false;
+    return FileIdentity::Of(st) == identity_ && ReadGeneration() == generation_;
   }
 
   // Under the lock: makes file_ the file as it is on disk (null when it cannot be
@@ -440,8 +464,11 @@ class SettingsFile {
   std::mutex queueMutex_;  // guards queue_ and the done flags of its writes
   std::vector<PendingWrite*> queue_;
   std::mutex mutex_;  // orders the threads of this process; everything below is under it
-  std::string resolvedFrom_;
+  bool resolved_ = false;  // resolvedXdg_ and resolvedHome_ hold what folder_ was made from
+  std::string resolvedXdg_;
+  std::string resolvedHome_;
   std::string folder_;
+  std::string filePath_;
   int lockFd_ = -1;
   bool cacheValid_ = false;
   std::uint64_t generation_ = 0;

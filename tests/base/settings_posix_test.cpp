@@ -339,7 +339,7 @@ TEST_F(SettingsFileTest, EveryUnreadableFileIsKept) {
 // ---- Several processes ---------------------------------------------------------------------
 
 constexpr int kWriterThreads = 4;
-constexpr int kValuesPerThread = 500;
+constexpr int kValuesPerThread = 200;
 
 std::u16string WriterValueName(int child, int thread, int n) {
   return AsciiToUtf16("p" + std::to_string(child) + "-t" + std::to_string(thread) + "-" + std::to_string(n));

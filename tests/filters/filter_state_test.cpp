@@ -1,0 +1,96 @@
+#include "filters/filter_state.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "base/text.h"
+#include "filters/value_key.h"
+#include "support/test_env.h"
+
+namespace tessaroven {
+namespace {
+
+const FilterFieldNames kFields = {u"Artist", u"Album", u"Genre", u"", u"", u"", u"", u"Mood"};
+
+void AddTypes(FilterState& state) {
+  for (const char16_t* extension : {u".flac", u".mp3", u".ogg"}) {
+    state.Types().Records().Add(DecoderTypeRecord{extension, u"Audio", false});
+  }
+}
+
+TEST(FilterStateTest, DefaultStateReadsTheFieldFile) {
+  const std::filesystem::path path(ToOsString(FilterFieldsFilePath()));
+  std::error_code error;
+  std::filesystem::create_directories(path.parent_path(), error);
+  ASSERT_TRUE(test::WriteBytes(FilterFieldsFilePath(), std::string("M\0o\0o\0d\0\r\0\n\0Y\0e\0a\0r\0", 20)));
+  FilterState state;
+  std::filesystem::remove(path, error);
+  EXPECT_EQ(state.Metadata().Fields(), (FilterFieldNames{u"Mood", u"Year", u"", u"", u"", u"", u"", u""}));
+  EXPECT_FALSE(state.AnyFilterActive());
+}
+
+TEST(FilterStateTest, SlotProfileKeysCarryTheSlotNumber) {
+  EXPECT_EQ(SlotProfileKey(0), u"Filter0");
+  EXPECT_EQ(SlotExcludeAllProfileKey(7), u"Filter7-ExcludeAll");
+}
+
+struct ActiveCase {
+  const char* name;
+  std::u16string excludedExt;
+  std::u16string date;
+  bool markSomething;
+  bool excludeAllOnly;
+  bool active;
+};
+
+class FilterButtonTest : public testing::TestWithParam<ActiveCase> {};
+
+TEST_P(FilterButtonTest, ActiveWhenAnyPartNarrows) {
+  const auto& c = GetParam();
+  FilterState state(kFields);
+  AddTypes(state);
+  state.Types().ApplyExcludedExtensionsText(c.excludedExt);
+  state.Date().SetDateFilterText(c.date);
+  if (c.markSomething) state.Metadata().Slot(7).Marked().Add(ValueKey(u"calm"));
+  state.Metadata().Slot(2).SetExcludeAll(c.excludeAllOnly);
+  EXPECT_EQ(state.AnyFilterActive(), c.active);
+  EXPECT_EQ(state.AnyMetadataSlotActive(), c.markSomething);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, FilterButtonTest,
+                         testing::Values(ActiveCase{"Nothing", u"", u"0,0", false, false, false},
+                                         ActiveCase{"TypeExcluded", u".mp3;", u"0,0", false, false, true},
+                                         ActiveCase{"OneDay", u"", u"3,1", false, false, true},
+                                         ActiveCase{"NegativeDaysDoNotLight", u"", u"0,-3", false, false, false},
+                                         ActiveCase{"ValueMarked", u"", u"0,0", true, false, true},
+                                         ActiveCase{"ExcludeAllAloneIsNotActive", u"", u"0,0", false, true, false}),
+                         [](const auto& p) { return std::string(p.param.name); });
+
+TEST(FilterStateTest, ClearEmptiesSelectionsButKeepsWhatWasLearned) {
+  FilterState state(kFields);
+  AddTypes(state);
+  state.Types().ApplyExcludedExtensionsText(u".ogg;");
+  state.Date().Set(kDateModifiedOlder, 30);
+  const TagList tags = {Tag{u"Genre", u"Rock", {}}};
+  state.Metadata().Slot(2).Marked().Add(ValueKey(u"Rock"));
+  state.Metadata().Slot(3).SetExcludeAll(true);
+  EXPECT_TRUE(state.Metadata().IsExcludedByTags(&tags));
+  EXPECT_FALSE(state.IsAcceptedFile(u"a.ogg"));
+
+  state.Clear();
+  EXPECT_FALSE(state.AnyFilterActive());
+  EXPECT_TRUE(state.IsAcceptedFile(u"a.ogg"));
+  EXPECT_EQ(state.Date().DateFilterText(), u"0,0");
+  for (std::size_t i = 0; i < kMetadataSlotCount; ++i) {
+    EXPECT_FALSE(state.Metadata().Slot(i).ExcludeAll()) << i;
+    EXPECT_TRUE(state.Metadata().Slot(i).Marked().Empty()) << i;
+  }
+  EXPECT_FALSE(state.Metadata().IsExcludedByTags(&tags));
+  EXPECT_EQ(state.Metadata().Fields(), kFields);
+  EXPECT_EQ(state.Metadata().Slot(2).Catalogue().Count(), 1u);
+}
+
+}  // namespace
+}  // namespace tessaroven

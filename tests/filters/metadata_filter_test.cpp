@@ -1,0 +1,202 @@
+#include "filters/metadata_filter.h"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "decode/fake_plugins.h"
+#include "filters/value_key.h"
+
+namespace tessaroven {
+namespace {
+
+TagList Tags(std::initializer_list<std::pair<std::u16string, std::u16string>> pairs) {
+  TagList tags;
+  for (const auto& [name, value] : pairs) tags.push_back(Tag{name, value, {}});
+  return tags;
+}
+
+// --- The value a file shows in a slot ---
+
+struct ValueCase {
+  const char* name;
+  std::u16string field;
+  TagList tags;
+  std::u16string value;
+};
+
+class SlotValueTest : public testing::TestWithParam<ValueCase> {};
+
+TEST_P(SlotValueTest, FormsTheSlotsValue) {
+  const auto& c = GetParam();
+  EXPECT_EQ(SlotValueFor(c.field, c.tags), c.value);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Values, SlotValueTest,
+    testing::Values(
+        ValueCase{"MissingTagNamesTheField", u"Genre", Tags({{u"Artist", u"X"}}), u"[no Genre]"},
+        ValueCase{"EmptyTagCountsAsMissing", u"Composer", Tags({{u"Composer", u""}}), u"[no Composer]"},
+        // Without an album there is nothing to widen, whatever the artist.
+        ValueCase{"NoAlbumIsNeverWidened", u"Album", Tags({{u"Artist", u"X"}, {u"Album Artist", u"Y"}}), u"[no Album]"},
+        ValueCase{"AlbumArtistWidens", u"Album",
+                  Tags({{u"Album", u"Hits"}, {u"Album Artist", u"Y"}, {u"Artist", u"X"}}), u"Y - Hits"},
+        ValueCase{"ArtistWidensWithoutCompilation", u"Album", Tags({{u"Album", u"Hits"}, {u"Artist", u"X"}}),
+                  u"X - Hits"},
+        ValueCase{"CompilationKeepsAlbumAlone", u"Album",
+                  Tags({{u"Album", u"Hits"}, {u"Artist", u"X"}, {u"Compilation", u"1"}}), u"Hits"},
+        ValueCase{"CompilationZeroStillWidens", u"Album",
+                  Tags({{u"Album", u"Hits"}, {u"Artist", u"X"}, {u"Compilation", u" 0"}}), u"X - Hits"},
+        ValueCase{"CompilationNumberWithSpacesAndSign", u"Album",
+                  Tags({{u"Album", u"Hits"}, {u"Artist", u"X"}, {u"Compilation", u"  +2 discs"}}), u"Hits"},
+        ValueCase{"CompilationWordReadsAsZero", u"Album",
+                  Tags({{u"Album", u"Hits"}, {u"Artist", u"X"}, {u"Compilation", u"Yes"}}), u"X - Hits"},
+        ValueCase{"CompilationWithAlbumArtistStillWidens", u"Album",
+                  Tags({{u"Album", u"Hits"}, {u"Album Artist", u"Y"}, {u"Compilation", u"1"}}), u"Y - Hits"},
+        ValueCase{"AlbumFieldComparedWithoutCase", u"ALBUM", Tags({{u"album", u"Hits"}, {u"Artist", u"X"}}),
+                  u"X - Hits"},
+        ValueCase{"OtherFieldsAreNotWidened", u"Album Artist", Tags({{u"Album Artist", u"Y"}, {u"Artist", u"X"}}),
+                  u"Y"}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+// --- The marked set and its profile bytes ---
+
+struct BytesCase {
+  const char* name;
+  std::vector<std::uint8_t> in;
+  std::vector<std::uint32_t> keys;
+};
+
+class MarkedBytesTest : public testing::TestWithParam<BytesCase> {};
+
+TEST_P(MarkedBytesTest, LoadsSortedUniqueNonZeroKeys) {
+  const auto& c = GetParam();
+  clFiltered marked;
+  marked.Add(7);  // replaced, not merged
+  marked.FromBytes(c.in);
+  EXPECT_EQ(marked.Keys(), c.keys);
+}
+
+INSTANTIATE_TEST_SUITE_P(Bytes, MarkedBytesTest,
+                         testing::Values(BytesCase{"OneKeyLittleEndian", {0x78, 0x56, 0x34, 0x12}, {0x12345678}},
+                                         BytesCase{"UnsortedAreSorted",
+                                                   {3, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 1, 0, 0, 0},
+                                                   {1, 3, 0xFFFFFFFFu}},
+                                         BytesCase{"IncompleteTailIsDropped", {2, 0, 0, 0, 9, 9, 9}, {2}},
+                                         BytesCase{"ZeroKeyIsDropped", {0, 0, 0, 0, 5, 0, 0, 0}, {5}},
+                                         BytesCase{"RepeatedKeyOnce", {5, 0, 0, 0, 5, 0, 0, 0}, {5}}),
+                         [](const auto& p) { return std::string(p.param.name); });
+
+TEST(MarkedSetTest, BytesAreAscendingLittleEndianAndRoundTrip) {
+  clFiltered marked;
+  EXPECT_TRUE(marked.Add(0x01020304));
+  EXPECT_TRUE(marked.Add(0x00000010));
+  EXPECT_FALSE(marked.Add(0x00000010));
+  EXPECT_FALSE(marked.Add(0));
+  const std::vector<std::uint8_t> bytes = marked.ToBytes();
+  EXPECT_EQ(bytes, (std::vector<std::uint8_t>{0x10, 0, 0, 0, 0x04, 0x03, 0x02, 0x01}));
+  clFiltered back;
+  back.FromBytes(bytes);
+  EXPECT_EQ(back, marked);
+  EXPECT_TRUE(back.Remove(0x10));
+  EXPECT_FALSE(back.Remove(0x10));
+  EXPECT_FALSE(back.Contains(0x10));
+  EXPECT_TRUE(back.Contains(0x01020304));
+}
+
+// --- The catalogue ---
+
+TEST(CatalogueTest, KeepsFirstSeenOrderAndASortedIndexByKey) {
+  clFilters slot;
+  const std::vector<std::u16string> met = {u"Rock", u"Jazz", u"rock", u"Pop", u"Rock ", u"Jazz", u"Blues"};
+  for (const auto& value : met) EXPECT_EQ(slot.KeyFor(value), ValueKey(value));
+
+  // "rock" is "Rock" again: the first spelling met stays.
+  const std::vector<std::u16string> firstSeen = {u"Rock", u"Jazz", u"Pop", u"Rock ", u"Blues"};
+  const FilterValueCatalogue& catalogue = slot.Catalogue();
+  ASSERT_EQ(catalogue.Count(), firstSeen.size());
+  for (std::size_t i = 0; i < firstSeen.size(); ++i) {
+    EXPECT_EQ(catalogue[i].value, firstSeen[i]);
+    EXPECT_EQ(catalogue[i].key, ValueKey(firstSeen[i]));
+  }
+  for (std::size_t i = 1; i < catalogue.Count(); ++i) EXPECT_LT(catalogue.Sorted(i - 1).key, catalogue.Sorted(i).key);
+  for (const auto& value : firstSeen) {
+    const std::size_t at = catalogue.Find(ValueKey(value));
+    ASSERT_NE(at, FilterValueCatalogue::npos);
+    EXPECT_EQ(catalogue[at].value, value);
+  }
+}
+
+// --- Which slot excludes ---
+
+TEST(MetadataFilterTest, ExcludeAllAloneDoesNotActivateButExcludesWhenRun) {
+  MetadataFilter filter({u"Artist", u"Genre", u"", u"", u"", u"", u"", u""});
+  filter.Slot(1).SetExcludeAll(true);
+  EXPECT_FALSE(filter.AnyMetadataSlotActive());
+  const TagList tagged = Tags({{u"Artist", u"X"}, {u"Genre", u"Rock"}});
+  EXPECT_TRUE(filter.IsExcludedByTags(&tagged));
+  // A file no plug-in opened has no key anywhere and is kept.
+  EXPECT_FALSE(filter.IsExcludedByTags(nullptr));
+  filter.Slot(1).Marked().Add(ValueKey(u"rock"));
+  EXPECT_TRUE(filter.AnyMetadataSlotActive());
+  EXPECT_FALSE(filter.IsExcludedByTags(&tagged));
+}
+
+TEST(MetadataFilterTest, EverySlotLearnsTheFileEvenWhenAnEarlierSlotExcludes) {
+  MetadataFilter filter({u"Artist", u"", u"Genre", u"", u"", u"", u"", u"Mood"});
+  filter.Slot(0).Marked().Add(ValueKey(u"X"));
+  const TagList tags = Tags({{u"Artist", u"X"}, {u"Genre", u"Rock"}});
+  EXPECT_TRUE(filter.IsExcludedByTags(&tags));
+  EXPECT_EQ(filter.Slot(2).Catalogue().Count(), 1u);
+  EXPECT_EQ(filter.Slot(7).Catalogue()[0].value, u"[no Mood]");
+  // A slot without a field learns nothing.
+  EXPECT_EQ(filter.Slot(1).Catalogue().Count(), 0u);
+}
+
+// --- Reading files through the fake plug-ins ---
+//
+// alpha (.fka): first tag block Plugin=alpha, Artist="Alpha Artist", Track, Rating;
+//               the second block has an Album, which the filter must not see.
+// beta (.fkb):  Plugin=beta, nothing else.
+// open_fail (.fko): Open fails. No plug-in at all declares .xyz.
+
+struct FakeCase {
+  const char* name;
+  int slot;
+  std::u16string markedValue;
+  bool excludeAll;
+  bool alpha, beta, openFails, unknown;  // excluded?
+};
+
+class MetadataFakePluginTest : public test::PluginFolderFixture, public testing::WithParamInterface<FakeCase> {};
+
+TEST_P(MetadataFakePluginTest, OneReadDecidesForEveryFile) {
+  InstallAll({u"alpha", u"beta", u"open_fail"});
+  const auto& c = GetParam();
+  MetadataFilter filter({u"Artist", u"Album", u"Plugin", u"", u"", u"", u"", u""});
+  if (!c.markedValue.empty()) filter.Slot(c.slot).Marked().Add(ValueKey(c.markedValue));
+  filter.Slot(c.slot).SetExcludeAll(c.excludeAll);
+
+  clQzDecoder decoder;  // one shared decoder for every file, as the window keeps it
+  EXPECT_EQ(filter.IsMetadataExcluded(Folder() + u"a.fka", decoder), c.alpha);
+  EXPECT_EQ(filter.IsMetadataExcluded(Folder() + u"b.fkb", decoder), c.beta);
+  EXPECT_EQ(filter.IsMetadataExcluded(Folder() + u"c.fko", decoder), c.openFails);
+  EXPECT_EQ(filter.IsMetadataExcluded(Folder() + u"d.xyz", decoder), c.unknown);
+  EXPECT_EQ(decoder.Instance(), nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Marks, MetadataFakePluginTest,
+                         testing::Values(FakeCase{"ArtistMarked", 0, u"alpha artist", false, true, false, false, false},
+                                         FakeCase{"NoArtistMarked", 0, u"[no Artist]", false, false, true, false,
+                                                  false},
+                                         // Only the first tag block counts, and "[no Album]" is not widened.
+                                         FakeCase{"NoAlbumMarked", 1, u"[no Album]", false, true, true, false, false},
+                                         FakeCase{"ExcludeAllButBeta", 2, u"beta", true, true, false, false, false},
+                                         FakeCase{"ExcludeAllNothingMarked", 2, u"", true, true, true, false, false}),
+                         [](const auto& p) { return std::string(p.param.name); });
+
+}  // namespace
+}  // namespace tessaroven

@@ -16,8 +16,10 @@ namespace tessaroven {
 // Styles and answers carry the Win32 MessageBox values, so the window can hand them
 // straight to the platform on Windows.
 inline constexpr std::uint32_t kPromptOk = 0x00;
+inline constexpr std::uint32_t kPromptYesNo = 0x04;
 inline constexpr std::uint32_t kPromptRetryCancel = 0x05;
 inline constexpr std::uint32_t kPromptIconError = 0x10;
+inline constexpr std::uint32_t kPromptIconQuestion = 0x20;
 inline constexpr std::uint32_t kPromptIconWarning = 0x30;
 inline constexpr std::uint32_t kPromptIconInformation = 0x40;
 inline constexpr std::uint32_t kPromptButtonMask = 0x0F;
@@ -25,6 +27,8 @@ inline constexpr std::uint32_t kPromptButtonMask = 0x0F;
 inline constexpr int kAnswerOk = 1;
 inline constexpr int kAnswerCancel = 2;
 inline constexpr int kAnswerRetry = 4;
+inline constexpr int kAnswerYes = 6;
+inline constexpr int kAnswerNo = 7;
 
 // The title of every message box the program shows.
 inline constexpr std::u16string_view kMessageTitle = u"Tessaroven Batch Converter";

@@ -1,0 +1,172 @@
+#include "selection/folder_tree.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "base/text.h"
+
+namespace tessaroven {
+namespace {
+
+std::u16string Numbered(const char* stem, int i) { return AsciiToUtf16(stem + std::to_string(i) + "/"); }
+
+TEST(FolderTree, IdsKeepNamingTheirNodeWhileTheTreeGrows) {
+  FolderTree tree;
+  const NodeId root = tree.AddNode(kNoNode, u"/");
+  std::vector<NodeId> ids;
+  // Enough nodes to move the storage several times over.
+  for (int i = 0; i < 300; ++i) ids.push_back(tree.AddNode(i % 2 == 1 ? ids[0] : root, Numbered("/f", i)));
+  for (int i = 0; i < 300; ++i) {
+    ASSERT_TRUE(tree.IsNode(ids[i]));
+    EXPECT_EQ(tree.PathOf(ids[i]), Numbered("/f", i));
+  }
+  EXPECT_EQ(tree.NodeCount(), 301u);
+  EXPECT_EQ(tree.ChildrenOf(root).size(), 150u);
+  EXPECT_EQ(tree.ParentOf(ids[3]), ids[0]);
+  EXPECT_EQ(tree.RowOf(ids[4]), 2u);
+}
+
+TEST(FolderTree, DiscardedIdsNeverResolveAgainEvenWhenStorageIsReused) {
+  FolderTree tree;
+  const NodeId drive = tree.AddNode(kNoNode, u"/");
+  const std::vector<NodeId> first = tree.AddChildren(drive, {u"/a/", u"/b/"});
+  const NodeId grandchild = tree.AddNode(first[0], u"/a/x/");
+  tree.SetExpanded(drive, true);
+
+  tree.DiscardChildren(drive);
+  EXPECT_EQ(tree.NodeCount(), 1u);
+  EXPECT_FALSE(tree.IsExpanded(drive));
+  EXPECT_TRUE(tree.HasChildren(drive));  // can be expanded and loaded again
+  for (const NodeId gone : {first[0], first[1], grandchild}) {
+    EXPECT_FALSE(tree.IsNode(gone));
+    EXPECT_EQ(tree.PathOf(gone), u"");
+    EXPECT_EQ(tree.ParentOf(gone), kNoNode);
+    EXPECT_TRUE(tree.ChildrenOf(gone).empty());
+  }
+
+  const std::vector<NodeId> again = tree.AddChildren(drive, {u"/c/", u"/d/", u"/e/"});
+  for (const NodeId id : again)
+    for (const NodeId gone : {first[0], first[1], grandchild}) EXPECT_NE(id, gone);
+  EXPECT_FALSE(tree.IsNode(first[0]));
+  tree.SetState(first[0], TreeCheckState::csFolderAndSub);  // must not reach the new node
+  for (const NodeId id : again) EXPECT_EQ(tree.StateOf(id), TreeCheckState::csUnchecked);
+  EXPECT_EQ(tree.PathOf(again[2]), u"/e/");
+  EXPECT_EQ(tree.RowOf(again[2]), 2u);
+  EXPECT_EQ(tree.RowOf(tree.AddNode(drive, u"/f/")), 3u);
+  EXPECT_EQ(tree.RowOf(tree.AddChildren(drive, {u"/g/", u"/h/"})[1]), 5u);
+  EXPECT_EQ(tree.RowOf(drive), 0u);
+}
+
+TEST(FolderTree, ExpandingAndCollapsingAgainDoesNotGrowThePathArray) {
+  FolderTree tree;
+  const NodeId drive = tree.AddNode(kNoNode, u"/");
+  std::size_t highest = 0;
+  for (int round = 0; round < 5; ++round) {
+    for (const NodeId id : tree.AddChildren(drive, {u"/a/", u"/b/", u"/c/"}))
+      highest = std::max(highest, tree.PathIndexOf(id));
+    tree.DiscardChildren(drive);
+  }
+  EXPECT_EQ(highest, 3u);  // the drive's path, then three reused slots
+  EXPECT_EQ(tree.PathOf(drive), u"/");
+}
+
+TEST(FolderTree, AnIndexOutsideThePathArrayGivesAnEmptyPath) {
+  FolderTree tree;
+  const std::size_t shared = tree.AddPath(u"/shared/");
+  const NodeId good = tree.AddNodeWithPathIndex(kNoNode, shared);
+  const NodeId bad = tree.AddNodeWithPathIndex(kNoNode, shared + 7);
+  EXPECT_EQ(tree.PathOf(good), u"/shared/");
+  EXPECT_TRUE(tree.HasPath(good));
+  EXPECT_EQ(tree.PathAt(shared + 7), u"");
+  EXPECT_TRUE(tree.IsNode(bad));
+  EXPECT_FALSE(tree.HasPath(bad));
+  // A node given an index does not own the entry: it outlives the node.
+  const NodeId child = tree.AddNodeWithPathIndex(good, shared);
+  tree.DiscardChildren(good);
+  EXPECT_FALSE(tree.IsNode(child));
+  EXPECT_EQ(tree.PathAt(shared), u"/shared/");
+}
+
+TEST(FolderTree, AddingBelowADeadOrUnknownParentAddsNothing) {
+  FolderTree tree;
+  const NodeId drive = tree.AddNode(kNoNode, u"/");
+  const NodeId child = tree.AddNode(drive, u"/a/");
+  tree.DiscardChildren(drive);
+  EXPECT_EQ(tree.AddNode(child, u"/a/b/"), kNoNode);
+  EXPECT_TRUE(tree.AddChildren(child, {u"/a/b/"}).empty());
+  EXPECT_EQ(tree.AddNode(NodeId{12345}, u"/z/"), kNoNode);
+  EXPECT_EQ(tree.NodeCount(), 1u);
+}
+
+// Records what a view's model would be told, as text, so whole sequences compare.
+class RecordingObserver : public FolderTreeObserver {
+ public:
+  explicit RecordingObserver(const FolderTree& tree) : tree_(tree) {}
+  void NodesAboutToBeAdded(NodeId parent, std::size_t first, std::size_t count) override {
+    events.push_back("add " + Name(parent) + " " + std::to_string(first) + "+" + std::to_string(count));
+    EXPECT_FALSE(open_);
+    open_ = true;
+  }
+  void NodesAdded(NodeId parent) override {
+    events.push_back("added " + Name(parent) + " " + std::to_string(tree_.ChildrenOf(parent).size()));
+    EXPECT_TRUE(open_);
+    open_ = false;
+  }
+  void ChildrenAboutToBeDiscarded(NodeId parent, std::size_t count) override {
+    events.push_back("discard " + Name(parent) + " " + std::to_string(count));
+  }
+  void ChildrenDiscarded(NodeId parent) override {
+    events.push_back("discarded " + Name(parent) + " " + std::to_string(tree_.ChildrenOf(parent).size()));
+  }
+  void NodeChanged(NodeId node) override {
+    events.push_back("changed " + Name(node) + " state " + std::to_string(static_cast<int>(tree_.StateOf(node))) +
+                     (tree_.IsExpanded(node) ? " open" : "") + (tree_.HasChildren(node) ? "" : " leaf"));
+  }
+  std::vector<std::string> events;
+
+ private:
+  std::string Name(NodeId node) const { return node == kNoNode ? "top" : Utf16ToUtf8(tree_.PathOf(node)); }
+  const FolderTree& tree_;
+  bool open_ = false;
+};
+
+TEST(FolderTree, ObserverHearsEveryChangeOnceAndInPairs) {
+  FolderTree tree;
+  RecordingObserver observer(tree);
+  tree.SetObserver(&observer);
+
+  const NodeId drive = tree.AddNode(kNoNode, u"/");
+  tree.AddNode(kNoNode, u"/home/", false);
+  tree.SetExpanded(drive, true);
+  tree.SetExpanded(drive, true);  // no change, no call
+  const auto kids = tree.AddChildren(drive, {u"/a/", u"/b/"});
+  tree.AddChildren(drive, {});  // nothing to announce
+  tree.SetState(kids[1], TreeCheckState::csFolderAndSub);
+  tree.SetState(kids[1], TreeCheckState::csFolderAndSub);
+  tree.SetHasChildren(kids[0], false);
+  tree.DiscardChildren(drive);
+  tree.DiscardChildren(drive);  // nothing loaded and already collapsed: silent
+  tree.SetObserver(nullptr);
+  tree.AddNode(kNoNode, u"/unseen/");
+
+  const std::vector<std::string> expected = {
+      "add top 0+1",
+      "added top 1",
+      "add top 1+1",
+      "added top 2",
+      "changed / state 1 open",
+      "add / 0+2",
+      "added / 2",
+      "changed /b/ state 4",
+      "changed /a/ state 1 leaf",
+      "discard / 2",
+      "discarded / 0",
+      "changed / state 1",
+  };
+  EXPECT_EQ(observer.events, expected);
+}
+
+}  // namespace
+}  // namespace tessaroven

@@ -1,0 +1,54 @@
+#include "ui/crash_report_dialog.h"
+
+#include <gtest/gtest.h>
+
+#include <QLabel>
+#include <QPushButton>
+#include <QTest>
+
+#include "qt_test_app.h"
+
+namespace tessaroven {
+namespace {
+
+class CrashReportDialogTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { test::UseOffscreenQt(); }
+};
+
+// Every text the user reads, as the dialog must show it (spelling included).
+TEST_F(CrashReportDialogTest, ShowsTheReportTextsAndTheForumLink) {
+  dlgCrashReport dialog(u"/data/qRV/crashes/crash-7.dmp", [](const std::u16string&) {});
+  EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Tessaroven Batch Converter has stopped working"));
+
+  QStringList shown;
+  for (const QLabel* label : dialog.findChildren<QLabel*>()) shown << label->text();
+  for (const QPushButton* button : dialog.findChildren<QPushButton*>()) shown << button->text();
+  const QString all = shown.join(u'\n');
+  for (const char* expected :
+       {"Tessaroven Batch Converter has stopped working", "Something unexpected happend which led to a crash.",
+        "1) Report on support forum", "2) Send crash dump, helping fix the issue", "Crash Dump Location", "Exit"}) {
+    EXPECT_TRUE(all.contains(QLatin1String(expected))) << expected;
+  }
+  const QLabel* forum = dialog.findChild<QLabel*>(QStringLiteral("forumLink"));
+  ASSERT_NE(forum, nullptr);
+  EXPECT_TRUE(forum->text().contains(QStringLiteral("href=\"%1\"").arg(QLatin1String(kSupportForumAddress))));
+  EXPECT_TRUE(forum->openExternalLinks());
+}
+
+TEST_F(CrashReportDialogTest, DumpLocationShowsTheDumpAndExitCloses) {
+  const std::u16string dump = u"/data/qRV/crashes/crash-7-1.dmp";
+  std::vector<std::u16string> shown;
+  dlgCrashReport dialog(dump, [&](const std::u16string& path) { shown.push_back(path); });
+  dialog.show();
+  QTest::mouseClick(dialog.DumpLocationButton(), Qt::LeftButton);
+  EXPECT_EQ(shown, std::vector<std::u16string>{dump});
+  EXPECT_TRUE(dialog.isVisible()) << "showing the dump must leave the report open";
+
+  QTest::mouseClick(dialog.ExitButton(), Qt::LeftButton);
+  EXPECT_FALSE(dialog.isVisible());
+  EXPECT_EQ(dialog.result(), QDialog::Accepted);
+}
+
+}  // namespace
+}  // namespace tessaroven

@@ -14,12 +14,17 @@ int TerminalPrompts::Show(std::u16string_view text, std::u16string_view caption,
   static std::mutex mutex;  // one question at a time, even from workers
   std::lock_guard lock(mutex);
   std::cerr << Utf16ToUtf8(caption) << ": " << Utf16ToUtf8(text) << '\n';
-  if ((style & kPromptButtonMask) != kPromptRetryCancel) return kAnswerOk;
-  if (!StdinIsTerminal()) return kAnswerCancel;
-  std::cerr << "[r]etry or [c]ancel? " << std::flush;
+  const std::uint32_t buttons = style & kPromptButtonMask;
+  if (buttons != kPromptRetryCancel && buttons != kPromptYesNo) return kAnswerOk;
+  // The cautious answer when nobody can answer: Cancel, or No.
+  const int cautious = buttons == kPromptYesNo ? kAnswerNo : kAnswerCancel;
+  if (!StdinIsTerminal()) return cautious;
+  std::cerr << (buttons == kPromptYesNo ? "[y]es or [n]o? " : "[r]etry or [c]ancel? ") << std::flush;
   std::string answer;
-  if (!std::getline(std::cin, answer)) return kAnswerCancel;
-  return !answer.empty() && (answer[0] == 'r' || answer[0] == 'R') ? kAnswerRetry : kAnswerCancel;
+  if (!std::getline(std::cin, answer) || answer.empty()) return cautious;
+  const char first = static_cast<char>(answer[0] | 0x20);
+  if (buttons == kPromptYesNo) return first == 'y' ? kAnswerYes : kAnswerNo;
+  return first == 'r' ? kAnswerRetry : kAnswerCancel;
 }
 
 }  // namespace tessaroven::cli

@@ -1,5 +1,5 @@
 // The command line's message boxes: the text goes to stderr; a question is asked on
-// the terminal when there is one, and answered with Cancel when there is none (a
+// the terminal when there is one, and answered with Cancel (or No) when there is none (a
 // script must never hang on a prompt nobody sees).
 #pragma once
 

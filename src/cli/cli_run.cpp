@@ -1,0 +1,268 @@
+#include "cli/cli_run.h"
+
+#include <chrono>
+#include <filesystem>
+#include <iostream>
+#include <optional>
+#include <thread>
+
+#include "base/path.h"
+#include "base/settings.h"
+#include "base/text.h"
+#include "cli/cli_options.h"
+#include "cli/cli_output.h"
+#include "cli/cli_selection.h"
+#include "cli/diagnostics.h"
+#include "cli/terminal.h"
+#include "cli/terminal_prompts.h"
+#include "decode/file_info.h"
+#include "filters/file_times.h"
+#include "filters/filter_state.h"
+#include "selection/file_columns.h"
+#include "selection/folder_scanning.h"
+
+namespace tessaroven::cli {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::u16string_view kNothingToConvert = u"No audio files selected for conversion";
+
+// A bad command line: one line on stderr, exit code 2.
+struct UsageError {
+  std::string message;
+};
+
+std::u16string Text(const std::string& argument) { return Utf8ToUtf16(argument); }
+
+enum class PathKind { Folder, File };
+
+// Absolute, "." and ".." resolved by name (links are not followed), folders with
+// their separator; the path must exist as that kind.
+std::u16string UsablePath(const std::string& argument, PathKind kind, std::string_view option) {
+  std::error_code error;
+  const fs::path given(ToOsString(Text(argument)));
+  fs::path absolute = fs::absolute(given, error).lexically_normal();
+  if (error) throw UsageError{std::string(option) + ": cannot make '" + argument + "' absolute"};
+  const bool isFolder = fs::is_directory(absolute, error);
+  if (kind == PathKind::Folder && !isFolder) throw UsageError{std::string(option) + ": no such folder: " + argument};
+  if (kind == PathKind::File && (isFolder || !fs::exists(absolute, error)))
+    throw UsageError{std::string(option) + ": no such file: " + argument};
+  std::u16string path = FromOsString(absolute.native());
+  if (kind == PathKind::Folder) path = WithTrailingSeparator(path);
+  return path;
+}
+
+// The progress of a long collection, on stderr when it is a terminal.
+class TerminalCollectUi : public CollectUi {
+ public:
+  void SetBusy(bool) override {}
+  void ShowProgress(const CollectProgress& progress, XEvent&, const XEvent& finished) override {
+    if (!StderrIsTerminal()) {
+      finished.Wait(std::chrono::milliseconds(-1));
+      return;
+    }
+    std::uint64_t shown = 0;
+    std::size_t width = 0;
+    while (!finished.Wait(std::chrono::milliseconds(100))) {
+      if (progress.Generation() == shown) continue;
+      shown = progress.Generation();
+      const std::string text = Utf16ToUtf8(progress.Text());
+      WriteErr("\r" + text + std::string(width > text.size() ? width - text.size() : 0, ' '));
+      width = text.size();
+    }
+    if (width > 0) WriteErr("\r" + std::string(width, ' ') + "\r");
+  }
+};
+
+class Run {
+ public:
+  int Execute(const Options& options);
+
+ private:
+  void Apply(const Step& step);
+  FileEntry EntryFor(const std::u16string& path) const;
+  std::vector<std::u16string> Row(const FileEntry& entry, const std::vector<std::u16string>& columns);
+  void Print(const std::vector<FileEntry>& entries, std::vector<std::u16string> columns, bool json);
+
+  CliSelection selection_;
+  std::optional<FilterState> filters_;
+  clQzDecoder decoder_;
+};
+
+void Run::Apply(const Step& step) {
+  switch (step.kind) {
+    case StepKind::Folder:
+    case StepKind::FolderOnly:
+      selection_.TickFolder(UsablePath(step.text, PathKind::Folder, "--folder"), step.kind == StepKind::Folder);
+      break;
+    case StepKind::ExcludeFolder:
+      if (!selection_.ExcludeFolder(UsablePath(step.text, PathKind::Folder, "--exclude-folder")))
+        WriteErr("tessaroven-cli: --exclude-folder " + step.text + ": not inside a folder ticked with its sub-folders\n");
+      break;
+    case StepKind::File:
+      selection_.TickFile(UsablePath(step.text, PathKind::File, "--file"), true);
+      break;
+    case StepKind::ExcludeFile:
+      if (!selection_.TickFile(UsablePath(step.text, PathKind::File, "--exclude-file"), false))
+        WriteErr("tessaroven-cli: --exclude-file " + step.text + ": still chosen\n");
+      break;
+    case StepKind::ExcludeType: {
+      DecoderTypeList& records = filters_->Types().Records();
+      bool found = false;
+      for (std::size_t i = 0; i < records.Count(); ++i) {
+        if (AsciiFoldEquals(records[i].extension, Text(step.text))) {
+          records[i].excluded = true;
+          found = true;
+        }
+      }
+      if (!found) throw UsageError{"--exclude-type: no decoder reads " + step.text};
+      break;
+    }
+    case StepKind::Date:
+      filters_->Date().SetDateFilterText(Text(step.text));
+      break;
+    case StepKind::Filter: {
+      clFilters& slot = filters_->Metadata().Slot(static_cast<std::size_t>(step.slot));
+      if (slot.Field().empty())
+        WriteErr("tessaroven-cli: --filter: slot " + std::to_string(step.slot) + " has no field\n");
+      slot.Marked().Add(slot.KeyFor(Text(step.text)));
+      break;
+    }
+    case StepKind::FilterExcludeAll:
+      filters_->Metadata().Slot(static_cast<std::size_t>(step.slot)).SetExcludeAll(true);
+      break;
+    case StepKind::Profile:
+    case StepKind::SaveProfile:
+      throw UsageError{"profiles are not available in this build"};
+  }
+}
+
+FileEntry Run::EntryFor(const std::u16string& path) const {
+  FileEntry entry;
+  entry.path = path;
+  std::error_code error;
+  const std::uintmax_t size = fs::file_size(fs::path(ToOsString(path)), error);
+  if (!error) entry.size = size;
+  FileTimes times;
+  if (ReadFileTimes(path, times)) {
+    entry.modified = times.lastWrite;
+    entry.created = times.creation;
+    entry.accessed = times.lastAccess;
+  }
+  return entry;
+}
+
+std::vector<std::u16string> Run::Row(const FileEntry& entry, const std::vector<std::u16string>& columns) {
+  std::optional<FileInfo> info;
+  std::vector<std::u16string> row;
+  for (const std::u16string& column : columns) {
+    if (!info && ColumnNeedsFileInfo(column)) {
+      info.emplace();
+      ReadFileInfo(entry.path, decoder_, *info);
+    }
+    row.push_back(ColumnText(column, entry, info ? &*info : nullptr, filters_->Types()));
+  }
+  return row;
+}
+
+void Run::Print(const std::vector<FileEntry>& entries, std::vector<std::u16string> columns, bool json) {
+  if (columns.empty()) columns = {u"Path"};
+  std::vector<std::u16string_view> names(columns.begin(), columns.end());
+  for (const FileEntry& entry : entries) {
+    const std::vector<std::u16string> row = Row(entry, columns);
+    WriteOut((json ? JsonLine(names, row) : TabLine(row)) + "\n");
+  }
+}
+
+int Run::Execute(const Options& options) {
+  filters_.emplace();
+  filters_->Types().Build();
+  for (const Step& step : options.steps) Apply(step);
+
+  std::vector<std::u16string> columns;
+  for (const std::string& column : options.columns) columns.push_back(Text(column));
+
+  if (options.listFolder) {
+    const std::u16string folder = UsablePath(*options.listFolder, PathKind::Folder, "--list-folder");
+    AudioFileTest audio(filters_->Types());
+    const std::vector<FileEntry> entries = ListFolderFiles(folder, *filters_, audio, decoder_);
+    if (columns.empty() && !options.json) {
+      columns.assign(kDefaultMainColumns.begin(), kDefaultMainColumns.end());
+    }
+    Print(entries, columns, options.json);
+  }
+  if (!options.list && !options.convert) return kExitDone;
+
+  TerminalCollectUi ui;
+  const std::vector<std::u16string> files =
+      CollectSelectedFiles(selection_.Lists(), *filters_, decoder_, false, u"Indexing files... ", ui);
+  if (files.empty()) {
+    WriteErr(Utf16ToUtf8(kNothingToConvert) + "\n");
+    return kExitNothingToConvert;
+  }
+  if (options.list) {
+    if (columns.empty() && !options.json) {
+      std::string out;
+      for (const std::u16string& file : files) out += OutputText(file) + "\n";
+      WriteOut(out);
+    } else {
+      std::vector<FileEntry> entries;
+      entries.reserve(files.size());
+      for (const std::u16string& file : files) entries.push_back(EntryFor(file));
+      Print(entries, columns, options.json);
+    }
+  }
+  if (options.convert) throw UsageError{"--convert is not available in this build"};
+  return kExitDone;
+}
+
+}  // namespace
+
+int RunCli(const std::vector<std::u16string>& arguments) {
+  TerminalPrompts prompts;
+  InstallUserPrompts(&prompts);
+  SetDefaultSettingsRoot(SettingsRoot::CurrentUser);
+  SetDefaultSettingsKeyPath(kDefaultSettingsKeyPath);
+  struct Uninstall {
+    ~Uninstall() { InstallUserPrompts(nullptr); }
+  } uninstall;
+
+  std::vector<std::string> args;
+  for (const std::u16string& argument : arguments) args.push_back(Utf16ToUtf8(argument));
+  const ParseResult parsed = ParseOptions(args);
+  if (!parsed.error.empty()) {
+    WriteErr("tessaroven-cli: " + parsed.error + "\n");
+    return kExitBadUsage;
+  }
+  const Options& options = parsed.options;
+  if (options.help) {
+    WriteOut(kUsage);
+    return kExitDone;
+  }
+  if (options.version) {
+    WriteOut(std::string("tessaroven-cli ") + kVersion + "\n");
+    return kExitDone;
+  }
+  if (options.diagnostics) {
+    PrintDiagnostics();
+    return kExitDone;
+  }
+  if (options.steps.empty() && !options.list && !options.listFolder && !options.convert) {
+    WriteErr(std::string(kUsage));
+    return kExitBadUsage;
+  }
+  try {
+    Run run;
+    const int code = run.Execute(options);
+    std::fflush(stdout);
+    return code;
+  } catch (const UsageError& error) {
+    std::fflush(stdout);
+    WriteErr("tessaroven-cli: " + error.message + "\n");
+    return kExitBadUsage;
+  }
+}
+
+}  // namespace tessaroven::cli

@@ -1,0 +1,159 @@
+// The real tessaroven-cli over real audio files, as a script would run it.
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "support/test_env.h"
+#include "base/text.h"
+
+extern char** environ;
+
+namespace tessaroven::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Result {
+  int code = -1;
+  std::string out;
+  std::string err;
+};
+
+std::string Slurp(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+class CliRunTest : public ::testing::Test {
+ protected:
+  CliRunTest() : root_(ToOsString(dir_.Path())) {}
+
+  Result Cli(std::vector<std::string> args) {
+    args.insert(args.begin(), TESSAROVEN_CLI_PATH);
+    std::vector<char*> argv;
+    for (std::string& arg : args) argv.push_back(arg.data());
+    argv.push_back(nullptr);
+    const std::string out = root_ + "stdout";
+    const std::string err = root_ + "stderr";
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    pid_t pid = 0;
+    Result result;
+    if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0) {
+      int status = 0;
+      waitpid(pid, &status, 0);
+      result.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+    posix_spawn_file_actions_destroy(&actions);
+    result.out = Slurp(out);
+    result.err = Slurp(err);
+    return result;
+  }
+
+  // A copy of a fixture (real audio with tags) at `relative` below the library.
+  std::string Put(const std::string& fixture, const std::string& relative) {
+    const fs::path target = fs::path(root_) / "lib" / relative;
+    fs::create_directories(target.parent_path());
+    fs::copy_file(fs::path(TESSAROVEN_TEST_DATA_DIR) / fixture, target);
+    return target.string();
+  }
+  std::string Lib(const std::string& relative = "") const { return root_ + "lib/" + relative; }
+
+  test::TempDir dir_;
+  std::string root_;
+};
+
+TEST_F(CliRunTest, ListsInHandOffOrderAndStepsApplyInTheOrderGiven) {
+  Put("tone.flac", "A/one.flac");
+  Put("tone.mp3", "A/B/two.mp3");
+  Put("tone.ogg", "C/three.ogg");
+  const std::string single = Put("tone.wav", "D/four.wav");
+  fs::create_directories(Lib("E"));
+  std::ofstream(Lib("E/notes.txt")) << "not audio";
+
+  const Result result = Cli({"--folder", Lib("A"), "--exclude-folder", Lib("A/B"), "--folder-only", Lib("C"),
+                             "--file", single, "--list"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.out, Lib("A/one.flac") + "\n" + Lib("C/three.ogg") + "\n" + single + "\n");
+
+  // Ticking the parent afterwards clears the exclusion below it. (A's file and
+  // sub-folder come in the order the file system lists them.)
+  const Result again = Cli({"--folder", Lib("A"), "--exclude-folder", Lib("A/B"), "--folder", Lib("A"), "--list"});
+  const std::string oneThenTwo = Lib("A/one.flac") + "\n" + Lib("A/B/two.mp3") + "\n";
+  const std::string twoThenOne = Lib("A/B/two.mp3") + "\n" + Lib("A/one.flac") + "\n";
+  EXPECT_TRUE(again.out == oneThenTwo || again.out == twoThenOne) << again.out;
+}
+
+TEST_F(CliRunTest, ColumnsComeFromTheRealPlugins) {
+  Put("tone.flac", "A/one.flac");
+  const Result result = Cli({"--folder", Lib("A"), "--list", "--columns", "Name,Type,Sample Rate,Artist"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.out, "one.flac\tFLAC lossless audio\t44.1 kHz\tFixture Artist Second Artist\n");
+  const Result json = Cli({"--list-folder", Lib("A"), "--json", "--columns", "Name,Channels"});
+  EXPECT_EQ(json.out, "{\"Name\": \"one.flac\", \"Channels\": \"2\"}\n");
+}
+
+TEST_F(CliRunTest, FiltersNarrowTheList) {
+  Put("tone.flac", "A/one.flac");
+  Put("tone.mp3", "A/two.mp3");
+  EXPECT_EQ(Cli({"--folder", Lib("A"), "--exclude-type", ".FLAC", "--list"}).out, Lib("A/two.mp3") + "\n");
+  // Modified more than 30 days ago: the fresh copies are not.
+  const Result old = Cli({"--folder", Lib("A"), "--date", "1,30", "--list"});
+  EXPECT_EQ(old.code, 1);
+  EXPECT_EQ(old.out, "");
+}
+
+TEST_F(CliRunTest, ANameThatIsNotUtf8ComesOutByteForByte) {
+  const std::string name = Lib("N/caf\xE9 \"live\".mp3");
+  fs::create_directories(Lib("N"));
+  fs::copy_file(fs::path(TESSAROVEN_TEST_DATA_DIR) / "tone.mp3", name);
+  const Result result = Cli({"--folder", Lib("N"), "--list"});
+  EXPECT_EQ(result.out, name + "\n");
+  const Result json = Cli({"--folder", Lib("N"), "--list", "--json", "--columns", "Name"});
+  EXPECT_EQ(json.out, "{\"Name\": \"caf\\udce9 \\\"live\\\".mp3\"}\n");
+}
+
+struct ExitCase {
+  const char* name;
+  std::vector<std::string> args;  // "LIB" stands for the library folder
+  int code;
+  const char* err;
+};
+
+class CliExitCodes : public CliRunTest, public ::testing::WithParamInterface<ExitCase> {};
+
+TEST_P(CliExitCodes, SayWhatWentWrongOnOneLine) {
+  fs::create_directories(Lib("empty"));
+  std::vector<std::string> args = GetParam().args;
+  for (std::string& arg : args) {
+    if (arg == "LIB") arg = Lib("empty");
+  }
+  const Result result = Cli(args);
+  EXPECT_EQ(result.code, GetParam().code);
+  EXPECT_NE(result.err.find(GetParam().err), std::string::npos) << result.err;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, CliExitCodes,
+    ::testing::Values(ExitCase{"NothingToConvert", {"--folder", "LIB", "--list"}, 1,
+                               "No audio files selected for conversion"},
+                      ExitCase{"NoSuchFolder", {"--folder", "/no/such/folder", "--list"}, 2, "no such folder"},
+                      ExitCase{"FileGivenAsFolder", {"--folder", TESSAROVEN_CLI_PATH, "--list"}, 2, "no such folder"},
+                      ExitCase{"UnknownType", {"--exclude-type", ".xyz", "--list"}, 2, "no decoder reads .xyz"},
+                      ExitCase{"BadOption", {"--lst"}, 2, "unknown option"},
+                      ExitCase{"NothingAsked", {}, 2, "Usage: tessaroven-cli"}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+}  // namespace
+}  // namespace tessaroven::cli

@@ -1,0 +1,174 @@
+#include "selection/mount_table_posix.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace tessaroven {
+namespace {
+
+struct EscapeCase {
+  const char* name;
+  std::string field;
+  std::string decoded;
+};
+
+class MountEscapes : public testing::TestWithParam<EscapeCase> {};
+
+TEST_P(MountEscapes, DecodeOnlyThreeDigitOctal) { EXPECT_EQ(DecodeMountEscapes(GetParam().field), GetParam().decoded); }
+
+INSTANTIATE_TEST_SUITE_P(MountTable, MountEscapes,
+                         testing::Values(EscapeCase{"Space", "/media/anna/My\\040Music", "/media/anna/My Music"},
+                                         EscapeCase{"Backslash", "C\\134D", "C\\D"},
+                                         EscapeCase{"Latin1Byte", "Caf\\351", "Caf\xE9"},
+                                         EscapeCase{"NotOctalStaysLiteral", "a\\08b", "a\\08b"},
+                                         EscapeCase{"AboveAByteStaysLiteral", "a\\400", "a\\400"}),
+                         [](const auto& p) { return std::string(p.param.name); });
+
+TEST(MountTable, ParsesTheFieldsAroundAnyNumberOfOptionalOnes) {
+  const std::vector<MountEntry> entries = ParseMountInfo(
+      "36 35 98:0 /mnt1 /mnt/parent rw,noatime master:1 shared:7 - ext3 /dev/root rw,errors=continue\n"
+      "27 1 254:3 / / rw,relatime - ext4 /dev/vda rw\n"
+      "90 27 0:51 / /media/anna/My\\040Music rw - vfat /dev/sdb1 rw\n");
+  ASSERT_EQ(entries.size(), 3u);
+  EXPECT_EQ(entries[0].major, 98u);
+  EXPECT_EQ(entries[0].minor, 0u);
+  EXPECT_EQ(entries[0].root, u"/mnt1");
+  EXPECT_EQ(entries[0].mountPoint, u"/mnt/parent");
+  EXPECT_EQ(entries[0].fsType, "ext3");
+  EXPECT_EQ(entries[0].source, "/dev/root");
+  EXPECT_EQ(entries[1].minor, 3u);
+  EXPECT_EQ(entries[1].mountPoint, u"/");
+  EXPECT_EQ(entries[2].mountPoint, u"/media/anna/My Music");
+  EXPECT_EQ(entries[2].source, "/dev/sdb1");
+}
+
+TEST(MountTable, SkipsMalformedLinesAndKeepsTheRest) {
+  const std::vector<MountEntry> entries = ParseMountInfo(
+      "\n"
+      "garbage\n"
+      "x 1 8:1 / /a rw - ext4 /dev/sda1 rw\n"         // id not a number
+      "5 1 8-1 / /b rw - ext4 /dev/sda1 rw\n"         // no major:minor
+      "6 1 8:1 / /c rw shared:1 ext4 /dev/sda1 rw\n"  // no separator
+      "7 1 8:1 / /d rw - ext4\n"                      // file system fields cut short
+      "8 1 8:1 / /e rw - ext4 /dev/sda1 rw");         // last line without newline
+  ASSERT_EQ(entries.size(), 1u);
+  EXPECT_EQ(entries[0].mountPoint, u"/e");
+}
+
+// A context with one removable disk (8:16 and its partitions 8:17, 8:18) and user
+// 1000's runtime folder.
+MountContext TestContext() {
+  MountContext context;
+  context.isRemovableDevice = [](unsigned major, unsigned minor) { return major == 8 && minor >= 16 && minor < 32; };
+  context.userRuntimeFolder = u"/run/user/1000/";
+  return context;
+}
+
+struct MountCase {
+  const char* name;
+  std::string line;
+  int type;  // kDriveUnknown: not a drive
+};
+
+class MountClassification : public testing::TestWithParam<MountCase> {};
+
+TEST_P(MountClassification, GivesTheDriveTypeAUserWouldExpect) {
+  const std::vector<MountEntry> entries = ParseMountInfo(GetParam().line);
+  ASSERT_EQ(entries.size(), 1u);
+  EXPECT_EQ(ClassifyMount(entries[0], TestContext()), GetParam().type);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    MountTable, MountClassification,
+    testing::Values(
+        MountCase{"RootDisk", "27 1 254:0 / / rw - ext4 /dev/vda rw", kDriveFixed},
+        MountCase{"ContainerRootOverlay", "27 1 0:40 / / rw - overlay overlay rw,lowerdir=/x", kDriveFixed},
+        MountCase{"BtrfsSubvolumeLikeABind", "31 27 254:1 /@data /data rw - btrfs /dev/vda2 rw", kDriveFixed},
+        MountCase{"BindMountAtItsMountPoint", "32 27 254:0 /data/music /srv/music rw - ext4 /dev/vda rw", kDriveFixed},
+        MountCase{"Proc", "22 27 0:21 / /proc rw - proc proc rw", kDriveUnknown},
+        MountCase{"AutomountPlaceholder", "51 27 0:46 / /mnt/nas rw - autofs systemd-1 rw", kDriveUnknown},
+        MountCase{"UserRuntimeFolder", "60 27 0:50 / /run/user/1000 rw - tmpfs tmpfs rw", kDriveUnknown},
+        MountCase{"TmpInRam", "61 27 0:51 / /tmp rw - tmpfs tmpfs rw", kDriveUnknown},
+        MountCase{"RamDiskTheUserMade", "62 27 0:52 / /mnt/ram rw - tmpfs tmpfs rw", kDriveRamDisk},
+        MountCase{"EfiPartition", "64 27 8:1 / /boot/efi rw - vfat /dev/sda1 rw", kDriveUnknown},
+        MountCase{"SnapImage", "65 27 7:3 / /snap/core22/1380 ro - squashfs /dev/loop3 ro", kDriveUnknown},
+        MountCase{"DockerLayer", "66 27 0:60 / /var/lib/docker/overlay2/ab/merged rw - overlay overlay rw",
+                  kDriveUnknown},
+        MountCase{"FileBoundIntoContainer", "67 27 254:0 /c/hosts /etc/hosts rw - ext4 /dev/vda rw", kDriveUnknown},
+        MountCase{"StickUnderMedia", "70 27 8:33 / /media/anna/STICK rw - vfat /dev/sdc1 rw", kDriveRemovable},
+        MountCase{"CardUnderRunMedia", "71 27 179:1 / /run/media/anna/CARD rw - exfat /dev/mmcblk0p1 rw",
+                  kDriveRemovable},
+        MountCase{"RemovableDeviceElsewhere", "72 27 8:17 / /mnt/usb rw - ext4 /dev/sdb1 rw", kDriveRemovable},
+        MountCase{"FixedDeviceElsewhere", "73 27 8:1 / /mnt/data rw - ext4 /dev/sda1 rw", kDriveFixed},
+        MountCase{"CdUnderMediaIsACd", "74 27 11:0 / /media/anna/AUDIO rw - iso9660 /dev/sr0 ro", kDriveCdRom},
+        MountCase{"DvdElsewhere", "75 27 11:0 / /mnt/dvd ro - udf /dev/sr0 ro", kDriveCdRom},
+        MountCase{"SambaShare", "80 27 0:70 / /mnt/nas rw - cifs //nas/music rw", kDriveRemote},
+        MountCase{"NfsUnderMediaIsNetwork", "82 27 0:72 / /media/anna/nas rw - nfs4 nas:/music rw", kDriveRemote},
+        MountCase{"Sshfs", "84 27 0:74 / /home/anna/remote rw - fuse.sshfs anna@host:/ rw", kDriveRemote},
+        MountCase{"DesktopSharesOfThisUser", "85 60 0:75 / /run/user/1000/gvfs rw - fuse.gvfsd-fuse gvfsd-fuse rw",
+                  kDriveRemote},
+        MountCase{"DesktopSharesOfAnotherUser", "86 60 0:76 / /run/user/1001/gvfs rw - fuse.gvfsd-fuse gvfsd-fuse rw",
+                  kDriveUnknown},
+        MountCase{"InsideAHiddenFolder", "88 27 254:0 / /home/anna/.cache/mnt rw - ext4 /dev/vda rw", kDriveUnknown},
+        MountCase{"SimilarNameIsNotSystem", "90 27 254:4 / /variety rw - ext4 /dev/vda4 rw", kDriveFixed}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+struct ExpectedDrive {
+  std::u16string path;
+  int type;
+  std::u16string label;
+};
+
+TEST(MountTable, DrivesAreSortedListedOnceAndLabelledWithTypeAndPlace) {
+  const std::vector<MountEntry> entries = ParseMountInfo(
+      "22 27 0:21 / /proc rw - proc proc rw\n"
+      "27 1 254:0 / / rw - ext4 /dev/vda rw\n"
+      "40 27 0:46 / /mnt/nas rw - autofs systemd-1 rw\n"
+      "41 40 0:47 / /mnt/nas rw - nfs4 nas:/music rw\n"  // the automounter's mount reached
+      "50 27 8:33 / /media/anna/My\\040Music rw - vfat /dev/sdc1 rw\n"
+      "51 27 0:52 / /Mnt2 rw - tmpfs tmpfs rw\n"
+      "52 27 8:1 / /data rw - ext4 /dev/sda1 rw\n"
+      "53 52 0:53 / /data rw - tmpfs tmpfs rw\n"  // mounted over: the one on top counts
+      "54 27 8:1 / /data rw - ext4 /dev/sda1 rw\n"
+      "55 27 8:1 / /data rw - ext4 /dev/sda1 rw\n");
+  std::vector<ExpectedDrive> got;
+  for (const Place& place : DrivesFromMounts(entries, TestContext())) {
+    EXPECT_EQ(place.kind, PlaceKind::kDrive);
+    got.push_back({place.path, place.driveType, place.label});
+  }
+  const std::vector<ExpectedDrive> expected = {
+      {u"/", kDriveFixed, u"Hard Disk (/)"},
+      {u"/data/", kDriveFixed, u"Hard Disk (/data)"},
+      {u"/media/anna/My Music/", kDriveRemovable, u"Removable Disk (/media/anna/My Music)"},
+      {u"/mnt/nas/", kDriveRemote, u"Network Drive (/mnt/nas)"},
+      // The fold puts "/Mnt2" after "/mnt/nas" ("2" follows "/"), not before every
+      // lower-case path as a byte order would.
+      {u"/Mnt2/", kDriveRamDisk, u"RAM Disk (/Mnt2)"},
+  };
+  ASSERT_EQ(got.size(), expected.size());
+  for (std::size_t i = 0; i < got.size(); ++i) {
+    EXPECT_EQ(got[i].path, expected[i].path) << i;
+    EXPECT_EQ(got[i].type, expected[i].type) << i;
+    EXPECT_EQ(got[i].label, expected[i].label) << i;
+  }
+}
+
+TEST(MountTable, AMountPointThatIsNotUtf8SurvivesIntoThePath) {
+  const std::vector<Place> drives =
+      DrivesFromMounts(ParseMountInfo("50 27 8:33 / /media/Caf\\351 rw - vfat /dev/sdc1 rw\n"), TestContext());
+  ASSERT_EQ(drives.size(), 1u);
+  EXPECT_EQ(drives[0].path, u"/media/Caf\xDCE9/");
+}
+
+TEST(MountTable, WithoutARuntimeFolderNoDesktopShareIsTrusted) {
+  MountContext context = TestContext();
+  context.userRuntimeFolder.clear();
+  const std::vector<MountEntry> entries =
+      ParseMountInfo("85 60 0:75 / /run/user/1000/gvfs rw - fuse.gvfsd-fuse gvfsd-fuse rw\n");
+  EXPECT_EQ(ClassifyMount(entries[0], context), kDriveUnknown);
+}
+
+}  // namespace
+}  // namespace tessaroven

@@ -1,0 +1,239 @@
+#include "selection/conversion.h"
+
+#include <algorithm>
+#include <bit>
+#include <limits>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "base/temp_file.h"
+#include "base/text.h"
+#include "base/user_prompts.h"
+#include "base/xfile.h"
+#include "decode/plugin_folder.h"
+
+namespace tessaroven {
+namespace {
+
+// The list is written straight from the UTF-16 strings' memory.
+static_assert(std::endian::native == std::endian::little, "the list file is UTF-16LE");
+
+std::optional<std::u16string>& ConverterPathOverride() {
+  static std::optional<std::u16string> path;
+  return path;
+}
+
+// Passes everything through to the front-end and notes whether the user cancelled
+// the progress dialog: the collector itself only returns what it found.
+class CancelWatch : public CollectUi {
+ public:
+  explicit CancelWatch(CollectUi& inner) : inner_(inner) {}
+  void SetBusy(bool busy) override { inner_.SetBusy(busy); }
+  void ShowProgress(const CollectProgress& progress, XEvent& cancel, const XEvent& finished) override {
+    inner_.ShowProgress(progress, cancel, finished);
+    cancelled_ = cancel.IsSet();
+  }
+  bool Cancelled() const { return cancelled_; }
+
+ private:
+  CollectUi& inner_;
+  bool cancelled_ = false;
+};
+
+// `value` as the inside of a quoted argument that the Windows rules give back
+// unchanged (see the header).
+void AppendQuotedValue(std::u16string& out, std::u16string_view value) {
+  std::size_t backslashes = 0;
+  for (char16_t c : value) {
+    if (c == u'\\') {
+      ++backslashes;
+      continue;
+    }
+    if (c == u'"') backslashes = backslashes * 2 + 1;
+    out.append(backslashes, u'\\');
+    backslashes = 0;
+    out += c;
+  }
+  // The closing quote follows.
+  out.append(backslashes * 2, u'\\');
+}
+
+// Steps 6 to 11 of a Convert that found files.
+ConversionResult HandOff(ConversionHost& host, const std::vector<std::u16string>& files) {
+  // The empty file reserves the name; a name is kept even when that failed, so the
+  // open below reports the failure to the user and the hand-off goes on.
+  std::u16string listFile;
+  CreateTempFile(listFile, kListFilePrefix);
+  if (!listFile.empty()) WriteListFile(listFile, files);
+
+  const std::u16string eventName = SignalEventName(ConversionTickCount());
+  const std::u16string arguments =
+      BuildConverterArguments(listFile, eventName, host.WindowHandle(), host.ProfileBoxText());
+  NamedEvent signal;
+  signal.Create(eventName);
+
+  const bool started = LaunchAndWait(ConverterPath(), arguments, signal, host);
+
+  host.ShowWindow();
+  host.RefreshTree();
+  signal.Close();
+  if (!listFile.empty()) DeleteListFile(listFile);
+  return started ? ConversionResult::kConverterEnded : ConversionResult::kConverterNotStarted;
+}
+
+}  // namespace
+
+ConversionResult Convert(ConversionHost& host, std::chrono::milliseconds grace) {
+  host.StopMetadataReader();
+  NamedEvent* accept = host.AcceptEvent();
+  if (accept != nullptr && accept->IsOpen()) accept->Reset();
+
+  ConversionResult result = ConversionResult::kCancelled;
+  std::vector<std::u16string> files;
+  if (GatherFiles(host, files, {}, nullptr, grace)) {
+    host.SetBusy(true);
+    if (files.empty()) {
+      ShowPrompt(kNoAudioFilesText, kMessageTitle, kPromptOk | kPromptIconError);
+      result = ConversionResult::kNothingGathered;
+    } else {
+      result = HandOff(host, files);
+    }
+  }
+
+  host.SetBusy(false);
+  // Set even when it was not set before: from now on this selector takes paths.
+  if (accept != nullptr && accept->IsOpen()) accept->Set();
+  return result;
+}
+
+bool GatherFiles(ConversionHost& host, std::vector<std::u16string>& files, std::u16string_view statusText,
+                 CollectUi* progressUi, std::chrono::milliseconds grace) {
+  CancelWatch ui(progressUi != nullptr ? *progressUi : host);
+  // The collector waits for its walk to end whatever happens (the walk looks at the
+  // cancel event before every entry), so the walk may borrow the lists and filters.
+  files = CollectSelectedFiles(host.Lists(), host.Filters(), host.Decoder(), false, statusText, ui, grace);
+  return !ui.Cancelled();
+}
+
+bool WriteListFile(const std::u16string& path, const std::vector<std::u16string>& files) {
+  std::size_t units = 0;
+  for (const auto& file : files) units += file.size() + 2;
+  std::u16string buffer;
+  buffer.reserve(units);
+  for (const auto& file : files) {
+    buffer += file;
+    buffer += u"\r\n";
+  }
+
+  XFile out;
+  if (!out.Open(path, GENERIC_WRITE, CREATE_ALWAYS, true)) return false;
+  // One write for any real list; only a list past 4 GiB needs more than one.
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(buffer.data());
+  std::size_t left = buffer.size() * sizeof(char16_t);
+  constexpr std::size_t kMaxWrite = std::size_t{1} << 30;
+  while (left > 0) {
+    const std::size_t chunk = std::min(left, kMaxWrite);
+    if (!out.Write(bytes, static_cast<std::uint32_t>(chunk))) return false;
+    bytes += chunk;
+    left -= chunk;
+  }
+  return true;
+}
+
+std::u16string SignalEventName(std::uint32_t tickCount) {
+  return u"fsqrv-" + AsciiToUtf16(std::to_string(static_cast<std::int32_t>(tickCount)));
+}
+
+std::u16string BuildConverterArguments(std::u16string_view listFile, std::u16string_view eventName,
+                                       std::int64_t windowHandle, std::u16string_view profileBoxText) {
+  std::u16string text = u"-list_to_conv=\"";
+  AppendQuotedValue(text, listFile);
+  text += u"\" -signal_event_got_files=\"";
+  AppendQuotedValue(text, eventName);
+  text += u"\" -centeronwnd=";
+  text += AsciiToUtf16(std::to_string(windowHandle));
+  if (profileBoxText != kNoProfileSelectedText) {
+    text += u" -additionalprofile=\"";
+    AppendQuotedValue(text, profileBoxText);
+    text += u'"';
+  }
+  return text;
+}
+
+std::vector<std::u16string> SplitWindowsCommandLine(std::u16string_view text) {
+  std::vector<std::u16string> arguments;
+  std::u16string current;
+  bool inArgument = false;
+  std::size_t backslashes = 0;
+  // Quotes seen in the current group: 1 inside a group; 2 and 3 arise only for a run
+  // of quotes and are settled before the next character.
+  int quotes = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char16_t c = text[i];
+    if ((c == u' ' || c == u'\t') && quotes == 0) {
+      if (inArgument) arguments.push_back(std::move(current));
+      current.clear();
+      inArgument = false;
+      backslashes = 0;
+      continue;
+    }
+    inArgument = true;
+    if (c == u'\\') {
+      current += c;
+      ++backslashes;
+      continue;
+    }
+    if (c != u'"') {
+      current += c;
+      backslashes = 0;
+      continue;
+    }
+    if (backslashes % 2 == 0) {
+      current.resize(current.size() - backslashes / 2);
+      ++quotes;
+    } else {
+      current.resize(current.size() - backslashes / 2 - 1);
+      current += u'"';
+    }
+    backslashes = 0;
+    // A run of quotes: every third one is a literal quote.
+    while (i + 1 < text.size() && text[i + 1] == u'"') {
+      ++i;
+      if (++quotes == 3) {
+        current += u'"';
+        quotes = 0;
+      }
+    }
+    if (quotes == 2) quotes = 0;
+  }
+  if (inArgument) arguments.push_back(std::move(current));
+  return arguments;
+}
+
+std::u16string ConverterPath() {
+  if (ConverterPathOverride()) return *ConverterPathOverride();
+  return ExecutableFolder() + std::u16string(kConverterFileName);
+}
+
+void SetConverterPathOverride(std::optional<std::u16string> path) { ConverterPathOverride() = std::move(path); }
+
+bool LaunchAndWait(const std::u16string& converter, const std::u16string& arguments, const NamedEvent& signal,
+                   ConversionHost& host) {
+  ConverterProcess process;
+  if (!process.Start(converter, arguments)) return false;
+  bool hidden = false;
+  // No time-out: a converter that never signals keeps the selector visible but
+  // busy until it ends.
+  while (!process.WaitForExit(kConverterExitWait)) {
+    if (!hidden && signal.Wait(std::chrono::milliseconds(0))) {
+      host.SetBusy(false);
+      host.HideWindow();
+      hidden = true;
+    }
+    std::this_thread::sleep_for(kConverterPollPause);
+  }
+  return true;
+}
+
+}  // namespace tessaroven

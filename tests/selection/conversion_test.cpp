@@ -1,0 +1,376 @@
+#include "selection/conversion.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <optional>
+#include <regex>
+
+#include "base/temp_file.h"
+#include "base/text.h"
+#include "conversion_test_support.h"
+#include "decode/plugin_folder.h"
+#include "support/native_path.h"
+#include "support/scripted_prompts.h"
+#include "support/test_env.h"
+
+namespace tessaroven {
+namespace {
+
+using test::Native;
+using test::RecordingHost;
+
+// ---------------------------------------------------------------------------------
+// The command line, as text and as the converter gets it
+
+struct SplitCase {
+  const char* name;
+  std::u16string text;
+  std::vector<std::u16string> arguments;
+};
+
+class SplitWindowsCommandLineTable : public testing::TestWithParam<SplitCase> {};
+
+TEST_P(SplitWindowsCommandLineTable, SplitsAsTheWindowsRulesDo) {
+  EXPECT_EQ(SplitWindowsCommandLine(GetParam().text), GetParam().arguments);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Conversion, SplitWindowsCommandLineTable,
+    testing::Values(SplitCase{"SpacesAndTabsSeparate", u"  a\tb   c ", {u"a", u"b", u"c"}}, SplitCase{"Empty", u"", {}},
+                    SplitCase{"QuotesGroupAndAreDropped", u"-x=\"a b\"c d", {u"-x=a bc", u"d"}},
+                    SplitCase{"EmptyQuotesAreAnEmptyArgument", u"a \"\" b", {u"a", u"", u"b"}},
+                    SplitCase{"BackslashesWithoutQuoteAreLiteral", u"C:\\a\\\\b\\", {u"C:\\a\\\\b\\"}},
+                    SplitCase{"EvenBackslashesBeforeQuoteHalveAndGroup", u"\"a\\\\\" b", {u"a\\", u"b"}},
+                    SplitCase{"OddBackslashesBeforeQuoteGiveAQuote", u"a\\\"b \"c\\\\\\\"d\"", {u"a\"b", u"c\\\"d"}},
+                    SplitCase{"EscapedQuoteStaysInsideTheGroup", u"\"a\\\" b\" c", {u"a\" b", u"c"}},
+                    SplitCase{"DoubledQuoteInsideAGroupIsAQuoteAndEndsIt", u"\"a\"\"b c\"", {u"a\"b", u"c"}},
+                    SplitCase{"TripleQuoteOutsideAGroupIsAQuote", u"\"\"\"a b", {u"\"a", u"b"}},
+                    SplitCase{"UnclosedGroupRunsToTheEnd", u"\"a b", {u"a b"}},
+                    // A quote inside a quoted path ends the group: the path falls apart. This is
+                    // why the values are escaped.
+                    SplitCase{"QuoteInsideAPathSplitsIt", u"-l=\"/t/a\" b.tmp\" -s", {u"-l=/t/a", u"b.tmp -s"}},
+                    SplitCase{"NewlinesAreOrdinary", u"a\nb \"c\nd\"", {u"a\nb", u"c\nd"}}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+struct RoundTripCase {
+  const char* name;
+  std::u16string value;
+};
+
+class QuotedValueRoundTrip : public testing::TestWithParam<RoundTripCase> {};
+
+TEST_P(QuotedValueRoundTrip, EveryValueReachesTheConverterUnchanged) {
+  const std::u16string& value = GetParam().value;
+  const auto arguments = SplitWindowsCommandLine(BuildConverterArguments(value, value, 7, value));
+  EXPECT_EQ(arguments, (std::vector<std::u16string>{u"-list_to_conv=" + value, u"-signal_event_got_files=" + value,
+                                                    u"-centeronwnd=7", u"-additionalprofile=" + value}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Conversion, QuotedValueRoundTrip,
+    testing::Values(RoundTripCase{"Plain", u"/tmp/TMP0A1B2C3D.tmp"},
+                    RoundTripCase{"WindowsPath", u"C:\\Users\\Anna Berg\\AppData\\Local\\Temp\\TMP1A2.tmp"},
+                    RoundTripCase{"Spaces", u"  a  b  "}, RoundTripCase{"Tab", u"a\tb"},
+                    RoundTripCase{"Quote", u"/tmp/say \"hi\" there"}, RoundTripCase{"OnlyQuotes", u"\"\"\""},
+                    RoundTripCase{"QuoteAtTheEnd", u"a\""}, RoundTripCase{"BackslashBeforeQuote", u"a\\\"b\\\\\"c"},
+                    RoundTripCase{"TrailingBackslash", u"C:\\Temp\\"}, RoundTripCase{"TrailingBackslashes", u"a\\\\\\"},
+                    RoundTripCase{"Newline", u"a\nb\r\n"}, RoundTripCase{"NonAscii", u"/m\u00fcsik/\u266b/\U0001F3B5"},
+                    // A byte that is not UTF-8 in a Linux name (lone surrogate).
+                    RoundTripCase{"LoneSurrogate", u"/tmp/\xDCFF\xDC80x"}, RoundTripCase{"Empty", u""}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+struct ArgumentsCase {
+  const char* name;
+  std::int64_t window;
+  std::u16string profile;
+  std::u16string text;
+};
+
+class ConverterArgumentsTable : public testing::TestWithParam<ArgumentsCase> {};
+
+TEST_P(ConverterArgumentsTable, NamesTheProfileUnlessNoneIsSelected) {
+  EXPECT_EQ(BuildConverterArguments(u"C:\\T\\TMP1.tmp", u"fsqrv-99", GetParam().window, GetParam().profile),
+            GetParam().text);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Conversion, ConverterArgumentsTable,
+    testing::Values(
+        ArgumentsCase{"NoneSelected", 1234, u"(none selected)",
+                      u"-list_to_conv=\"C:\\T\\TMP1.tmp\" -signal_event_got_files=\"fsqrv-99\" -centeronwnd=1234"},
+        ArgumentsCase{"Profile", 1, u"Loud & Clear",
+                      u"-list_to_conv=\"C:\\T\\TMP1.tmp\" -signal_event_got_files=\"fsqrv-99\" -centeronwnd=1 "
+                      u"-additionalprofile=\"Loud & Clear\""},
+        ArgumentsCase{"EmptyProfileIsStillAProfile", 1, u"",
+                      u"-list_to_conv=\"C:\\T\\TMP1.tmp\" -signal_event_got_files=\"fsqrv-99\" -centeronwnd=1 "
+                      u"-additionalprofile=\"\""},
+        ArgumentsCase{"NoneSelectedComparesCase", 1, u"(None selected)",
+                      u"-list_to_conv=\"C:\\T\\TMP1.tmp\" -signal_event_got_files=\"fsqrv-99\" -centeronwnd=1 "
+                      u"-additionalprofile=\"(None selected)\""},
+        ArgumentsCase{"NegativeWindow", -9223372036854775807LL - 1, u"(none selected)",
+                      u"-list_to_conv=\"C:\\T\\TMP1.tmp\" -signal_event_got_files=\"fsqrv-99\" "
+                      u"-centeronwnd=-9223372036854775808"}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+TEST(Conversion, SignalEventNameIsTheTickCountAsSigned32BitDecimal) {
+  const std::pair<std::uint32_t, std::u16string> cases[] = {{0u, u"fsqrv-0"},
+                                                            {123456u, u"fsqrv-123456"},
+                                                            {0x7FFFFFFFu, u"fsqrv-2147483647"},
+                                                            {0x80000000u, u"fsqrv--2147483648"},
+                                                            {0xFFFFFFFFu, u"fsqrv--1"}};
+  for (const auto& [tick, name] : cases) EXPECT_EQ(SignalEventName(tick), name) << tick;
+}
+
+// ---------------------------------------------------------------------------------
+// The list file
+
+std::string ListBytes(const std::vector<std::u16string>& paths) {
+  std::string bytes;
+  for (const auto& path : paths) {
+    for (char16_t unit : path) {
+      bytes += static_cast<char>(unit & 0xFF);
+      bytes += static_cast<char>(unit >> 8);
+    }
+    bytes += std::string("\r\0\n\0", 4);
+  }
+  return bytes;
+}
+
+TEST(Conversion, ListFileIsUtf16LeWithCrLfAfterEveryPathAndNothingElse) {
+  test::TempDir dir;
+  const std::vector<std::u16string> paths = {u"/m/a.flac", u"C:\\Caf\u00e9\\\U0001F3B5.mp3", u"/m/\xDCFF.ogg",
+                                             u"/m/a.flac"};
+  ASSERT_TRUE(WriteListFile(dir / u"list.tmp", paths));
+  const std::string bytes = test::ReadBytes(dir / u"list.tmp");
+  EXPECT_EQ(bytes, ListBytes(paths));
+  EXPECT_EQ(bytes.substr(0, 4), std::string("/\0m\0", 4)) << "no byte-order mark";
+  EXPECT_EQ(bytes.substr(bytes.size() - 4), std::string("\r\0\n\0", 4)) << "the last path ends in CR LF too";
+
+  // Written with create-always: a longer old content does not survive.
+  ASSERT_TRUE(WriteListFile(dir / u"list.tmp", {u"x"}));
+  EXPECT_EQ(test::ReadBytes(dir / u"list.tmp"), std::string("x\0\r\0\n\0", 6));
+}
+
+TEST(Conversion, ListFileThatCannotBeWrittenIsReportedToTheUser) {
+  test::TempDir dir;
+  test::ScriptedPrompts prompts;  // answers Cancel
+  EXPECT_FALSE(WriteListFile(dir / Native(u"missing/list.tmp"), {u"a"}));
+  ASSERT_EQ(prompts.Shown().size(), 1u);
+  EXPECT_EQ(prompts.Shown()[0].caption, u"File Write Error");
+}
+
+// ---------------------------------------------------------------------------------
+// The whole hand-off, with the fake converter as a real process
+
+std::u16string UniqueName(std::u16string_view stem) {
+  return std::u16string(stem) + u"-" + AsciiToUtf16(std::to_string(SharedRandomNumber(0x7FFFFFFF)));
+}
+
+class ConvertTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    UseTempFolder(temp_.Path());
+    env_.Set("TESSAROVEN_FAKE_CONVERTER_RECORD", record_.Path());
+    const std::u16string acceptName = UniqueName(u"handoff-test-accept");
+    const std::u16string releaseName = UniqueName(u"handoff-test-release");
+    ASSERT_TRUE(accept_.Create(acceptName));
+    ASSERT_TRUE(accept_.Set());
+    ASSERT_TRUE(release_.Create(releaseName));
+    env_.Set("TESSAROVEN_FAKE_CONVERTER_ACCEPT", acceptName);
+    env_.Set("TESSAROVEN_FAKE_CONVERTER_RELEASE", releaseName);
+    host_.accept = &accept_;
+    host_.release = &release_;
+  }
+  void TearDown() override { SetConverterPathOverride(std::nullopt); }
+
+  void UseTempFolder(const std::u16string& folder) {
+    tempFolder_ = folder;
+    ASSERT_TRUE(test::MakeFolder(folder));
+    env_.SetTempFolder(folder);
+  }
+
+  std::u16string At(std::u16string_view relative) const { return music_.Path() + Native(relative); }
+  // Paths ending in "/" are folders, the others files (their folders made first).
+  void Make(std::initializer_list<std::u16string_view> paths) {
+    for (std::u16string_view path : paths) {
+      for (std::size_t slash = path.find(u'/'); slash != std::u16string_view::npos; slash = path.find(u'/', slash + 1))
+        test::MakeFolder(At(path.substr(0, slash + 1)));
+      if (path.back() != u'/') {
+        ASSERT_TRUE(test::WriteBytes(At(path), "x"));
+      }
+    }
+  }
+
+  // The arguments the fake converter got, its program first.
+  std::vector<std::u16string> RecordedArguments() const {
+    const std::string bytes = test::ReadBytes(record_ / u"args");
+    std::vector<std::u16string> arguments;
+    std::u16string current;
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+      const auto unit =
+          static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) | (static_cast<unsigned char>(bytes[i + 1]) << 8));
+      if (unit == 0) {
+        arguments.push_back(std::move(current));
+        current.clear();
+      } else {
+        current += unit;
+      }
+    }
+    return arguments;
+  }
+  bool ConverterRan() const { return test::FileExists(record_ / u"args"); }
+
+  // A copy of the fake converter at `path` (its folders made first).
+  void PlaceConverterCopy(const std::u16string& path) {
+    std::error_code error;
+    const std::filesystem::path target(ToOsString(path));
+    std::filesystem::create_directories(target.parent_path(), error);
+    ASSERT_TRUE(std::filesystem::copy_file(std::filesystem::path(ToOsString(ConverterPath())), target, error))
+        << error.message();
+  }
+
+  // Runs a hand-off that reaches the converter and checks what every successful one
+  // must show; returns the list file's path as the converter got it.
+  std::u16string ConvertAndCheckTheContract(const std::u16string& converter) {
+    test::ScriptedPrompts prompts;
+    EXPECT_EQ(Convert(host_), ConversionResult::kConverterEnded);
+    EXPECT_TRUE(prompts.Shown().empty());
+    const auto arguments = RecordedArguments();
+    EXPECT_EQ(arguments.size(), host_.profile == kNoProfileSelectedText ? 4u : 5u);
+    if (arguments.size() < 4) return {};
+    EXPECT_EQ(arguments[0], converter);
+    const std::u16string listFile = arguments[1].substr(arguments[1].find(u'=') + 1);
+    EXPECT_EQ(arguments[1], u"-list_to_conv=" + listFile);
+    EXPECT_EQ(listFile.substr(0, tempFolder_.size() + 3), tempFolder_ + u"TMP");
+    EXPECT_TRUE(std::regex_match(Utf16ToUtf8(arguments[2]), std::regex("-signal_event_got_files=fsqrv--?[0-9]+")))
+        << Utf16ToUtf8(arguments[2]);
+    EXPECT_EQ(arguments[3], u"-centeronwnd=" + AsciiToUtf16(std::to_string(host_.window)));
+    if (arguments.size() == 5) {
+      EXPECT_EQ(arguments[4], u"-additionalprofile=" + host_.profile);
+    }
+
+    EXPECT_EQ(test::ReadBytes(record_ / u"accept"), "reset") << "no paths taken while the converter runs";
+    EXPECT_TRUE(accept_.Wait(std::chrono::milliseconds(0))) << "taking paths again afterwards";
+    EXPECT_FALSE(test::FileExists(listFile)) << "the list file is deleted";
+    EXPECT_TRUE(test::ListFolder(tempFolder_).empty());
+    return listFile;
+  }
+
+  test::ScopedEnvironment env_;
+  test::TempDir music_;
+  test::TempDir temp_;
+  test::TempDir record_;
+  std::u16string tempFolder_;
+  NamedEvent accept_;
+  NamedEvent release_;
+  RecordingHost host_;
+};
+
+const std::vector<std::string> kLogOfAHiddenRun = {"stop-reader", "busy", "arrow",   "busy", "arrow",
+                                                   "hide",        "show", "refresh", "arrow"};
+
+TEST_F(ConvertTest, HandsTheGatheredListToTheConverterBesideTheExecutable) {
+  Make({u"m/sub/x.flac", u"n/Caf\u00e9 \u266b.ogg", u"n/deeper/not-taken.mp3", u"n/notes.txt", u"s/d.wav"});
+  host_.lists.lstFoldersAndSub = {At(u"m/")};
+  host_.lists.lstFoldersNoSub = {At(u"n/")};
+  host_.lists.lstSingleFiles = {At(u"s/d.wav"), At(u"m/sub/x.flac")};
+  host_.window = -42;
+  host_.profile = u"My \"loud\" profile";
+
+  ASSERT_EQ(ConverterPath(), ExecutableFolder() + std::u16string(kConverterFileName));
+  ConvertAndCheckTheContract(ConverterPath());
+  EXPECT_EQ(test::ReadBytes(record_ / u"list"),
+            ListBytes({At(u"m/sub/x.flac"), At(u"n/Caf\u00e9 \u266b.ogg"), At(u"s/d.wav"), At(u"m/sub/x.flac")}))
+      << "folders with sub-folders, folders without, single files; duplicates kept";
+  EXPECT_EQ(host_.log, kLogOfAHiddenRun);
+  EXPECT_EQ(host_.lists.lstSingleFiles.size(), 2u) << "the selection stays as it was";
+}
+
+TEST_F(ConvertTest, ConverterAndListFileInFoldersWithSpacesArePassedWhole) {
+  UseTempFolder(temp_ / Native(u"Local Settings/Temp Files/"));
+  Make({u"a.mp3"});
+  host_.lists.lstSingleFiles = {At(u"a.mp3")};
+  const std::u16string converter = music_ / Native(u"Program Files/Kovantrix 2/") + std::u16string(kConverterFileName);
+  PlaceConverterCopy(converter);
+  SetConverterPathOverride(converter);
+
+  ConvertAndCheckTheContract(converter);
+  EXPECT_EQ(test::ReadBytes(record_ / u"list"), ListBytes({At(u"a.mp3")}));
+  EXPECT_EQ(host_.log, kLogOfAHiddenRun);
+}
+
+TEST_F(ConvertTest, ConverterThatNeverSignalsLeavesTheWindowShown) {
+  Make({u"a.mp3"});
+  host_.lists.lstSingleFiles = {At(u"a.mp3")};
+  env_.Set("TESSAROVEN_FAKE_CONVERTER_SILENT", u"1");
+
+  ConvertAndCheckTheContract(ConverterPath());
+  EXPECT_EQ(host_.log, (std::vector<std::string>{"stop-reader", "busy", "arrow", "busy", "show", "refresh", "arrow"}));
+}
+
+TEST_F(ConvertTest, NothingGatheredShowsTheMessageAndStartsNothing) {
+  Make({u"n/notes.txt", u"n/cover.jpg"});
+  host_.lists.lstFoldersAndSub = {At(u"n/")};
+  test::ScriptedPrompts prompts;
+
+  EXPECT_EQ(Convert(host_), ConversionResult::kNothingGathered);
+  ASSERT_EQ(prompts.Shown().size(), 1u);
+  EXPECT_EQ(prompts.Shown()[0].text, u"No audio files selected for conversion");
+  EXPECT_EQ(prompts.Shown()[0].caption, u"Tessaroven Batch Converter");
+  EXPECT_EQ(prompts.Shown()[0].style, kPromptOk | kPromptIconError);
+  EXPECT_FALSE(ConverterRan());
+  EXPECT_TRUE(test::ListFolder(temp_.Path()).empty()) << "no list file is written";
+  EXPECT_TRUE(accept_.Wait(std::chrono::milliseconds(0)));
+  EXPECT_EQ(host_.log, (std::vector<std::string>{"stop-reader", "busy", "arrow", "busy", "arrow"}));
+}
+
+TEST_F(ConvertTest, MissingConverterIsSilentAndTheListFileIsStillDeleted) {
+  Make({u"a.mp3"});
+  host_.lists.lstSingleFiles = {At(u"a.mp3")};
+  SetConverterPathOverride(music_ / Native(u"nowhere/") + std::u16string(kConverterFileName));
+  test::ScriptedPrompts prompts;
+
+  EXPECT_EQ(Convert(host_), ConversionResult::kConverterNotStarted);
+  EXPECT_TRUE(prompts.Shown().empty());
+  EXPECT_TRUE(test::ListFolder(temp_.Path()).empty());
+  EXPECT_TRUE(accept_.Wait(std::chrono::milliseconds(0)));
+  EXPECT_EQ(host_.log, (std::vector<std::string>{"stop-reader", "busy", "arrow", "busy", "show", "refresh", "arrow"}));
+}
+
+// Enough entries that the walk is still running when the progress shows at once:
+// one folder, ticked a thousand times (duplicates are walked again).
+class SlowGatheringTest : public ConvertTest {
+ protected:
+  void SetUp() override {
+    ConvertTest::SetUp();
+    for (int i = 0; i < 100; ++i)
+      ASSERT_TRUE(test::WriteBytes(At(u"") + AsciiToUtf16("f" + std::to_string(i) + ".mp3"), "x"));
+    host_.lists.lstFoldersNoSub.assign(1000, At(u""));
+    host_.cancelProgress = true;
+  }
+};
+
+TEST_F(SlowGatheringTest, CancelledGatheringStartsNothingAndSaysNothing) {
+  test::ScriptedPrompts prompts;
+  EXPECT_EQ(Convert(host_, std::chrono::milliseconds(0)), ConversionResult::kCancelled);
+  EXPECT_TRUE(prompts.Shown().empty());
+  EXPECT_FALSE(ConverterRan());
+  EXPECT_TRUE(test::ListFolder(temp_.Path()).empty());
+  EXPECT_TRUE(accept_.Wait(std::chrono::milliseconds(0)));
+  EXPECT_EQ(host_.log, (std::vector<std::string>{"stop-reader", "busy", "progress", "arrow", "arrow"}));
+}
+
+// The converting-list dialog gathers into its own list with its own progress dialog.
+TEST_F(SlowGatheringTest, GatheringShowsProgressInTheGivenWindowWithTheGivenText) {
+  RecordingHost dialog;
+  dialog.cancelProgress = true;
+  std::vector<std::u16string> files;
+  EXPECT_FALSE(GatherFiles(host_, files, u"Listing ", &dialog, std::chrono::milliseconds(0)));
+  EXPECT_EQ(dialog.log, (std::vector<std::string>{"busy", "progress", "arrow"}));
+  EXPECT_TRUE(host_.log.empty());
+  EXPECT_EQ(dialog.progressText.substr(0, 8), u"Listing ");
+}
+
+}  // namespace
+}  // namespace tessaroven

@@ -18,8 +18,10 @@
 #include "decode/file_info.h"
 #include "filters/file_times.h"
 #include "filters/filter_state.h"
+#include "selection/conversion.h"
 #include "selection/file_columns.h"
 #include "selection/folder_scanning.h"
+#include "selection/profiles.h"
 
 namespace tessaroven::cli {
 
@@ -76,8 +78,17 @@ class TerminalCollectUi : public CollectUi {
   }
 };
 
-class Run {
+// The command line's side of profiles: --save-profile names the profile to create.
+class CliProfileWindow : public ProfileWindow {
  public:
+  std::optional<std::u16string> RunNewProfileDialog() override { return std::exchange(pendingName, std::nullopt); }
+  void ProfileListChanged() override {}
+  std::optional<std::u16string> pendingName;
+};
+
+class Run : private ConversionHost {
+ public:
+  Run() : profiles_(selection_.Model(), selection_.View(), *filters_, profileWindow_) {}
   int Execute(const Options& options);
 
  private:
@@ -85,11 +96,63 @@ class Run {
   FileEntry EntryFor(const std::u16string& path) const;
   std::vector<std::u16string> Row(const FileEntry& entry, const std::vector<std::u16string>& columns);
   void Print(const std::vector<FileEntry>& entries, std::vector<std::u16string> columns, bool json);
+  void SaveProfileAs(const std::u16string& name);
+  int ConvertFiles();
+
+  // ConversionHost: no window to hide; the terminal is told instead.
+  void SetBusy(bool busy) override { progressUi_.SetBusy(busy); }
+  void ShowProgress(const CollectProgress& progress, XEvent& cancel, const XEvent& finished) override {
+    progressUi_.ShowProgress(progress, cancel, finished);
+  }
+  void StopMetadataReader() override {}
+  const SelectionLists& Lists() const override { return selection_.Lists(); }
+  FilterState& Filters() override { return *filters_; }
+  clQzDecoder& Decoder() override { return decoder_; }
+  std::int64_t WindowHandle() const override { return 0; }
+  std::u16string ProfileBoxText() const override { return profiles_.List().current; }
+  NamedEvent* AcceptEvent() override { return nullptr; }
+  void HideWindow() override { WriteErr("tessaroven-cli: the converter has the list; waiting for it to end\n"); }
+  void ShowWindow() override {}
+  void RefreshTree() override {}
 
   CliSelection selection_;
-  std::optional<FilterState> filters_;
+  std::optional<FilterState> filters_{std::in_place};
   clQzDecoder decoder_;
+  TerminalCollectUi progressUi_;
+  CliProfileWindow profileWindow_;
+  Profiles profiles_;
 };
+
+void Run::SaveProfileAs(const std::u16string& name) {
+  if (name == kNoProfileEntry || name == kCreateProfileEntry || name == kDeleteProfileEntry)
+    throw UsageError{"--save-profile: '" + Utf16ToUtf8(name) + "' is not a profile name"};
+  if (profiles_.List().current != name) {
+    // As the window does it: "[Create Profile]" with the name typed makes it current.
+    profileWindow_.pendingName = name;
+    const std::optional<std::size_t> create = profiles_.List().IndexOf(kCreateProfileEntry);
+    if (create) profiles_.ProfileSelectionChanged(*create);
+  }
+  if (profiles_.List().current != name || !profiles_.SaveProfile())
+    throw UsageError{"--save-profile: cannot write " + Utf16ToUtf8(ProfilePath(name))};
+}
+
+int Run::ConvertFiles() {
+  const std::u16string converter = ConverterPath();
+  std::error_code error;
+  if (!fs::exists(fs::path(ToOsString(converter)), error)) {
+    // The window stays silent here; a script deserves the reason.
+    WriteErr("tessaroven-cli: no converter is installed beside the program (" + OutputText(converter) + ")\n");
+  }
+  switch (Convert(*this)) {
+    case ConversionResult::kNothingGathered:
+      return kExitNothingToConvert;
+    case ConversionResult::kCancelled:
+    case ConversionResult::kConverterNotStarted:
+    case ConversionResult::kConverterEnded:
+      break;
+  }
+  return kExitDone;
+}
 
 void Run::Apply(const Step& step) {
   switch (step.kind) {
@@ -133,9 +196,16 @@ void Run::Apply(const Step& step) {
     case StepKind::FilterExcludeAll:
       filters_->Metadata().Slot(static_cast<std::size_t>(step.slot)).SetExcludeAll(true);
       break;
-    case StepKind::Profile:
+    case StepKind::Profile: {
+      const std::u16string name = Text(step.text);
+      if (!fs::exists(fs::path(ToOsString(ProfilePath(name)))))
+        throw UsageError{"--profile: no profile named '" + step.text + "'"};
+      profiles_.LoadProfile(name);
+      break;
+    }
     case StepKind::SaveProfile:
-      throw UsageError{"profiles are not available in this build"};
+      SaveProfileAs(Text(step.text));
+      break;
   }
 }
 
@@ -177,8 +247,8 @@ void Run::Print(const std::vector<FileEntry>& entries, std::vector<std::u16strin
 }
 
 int Run::Execute(const Options& options) {
-  filters_.emplace();
   filters_->Types().Build();
+  profiles_.FillProfileList();
   for (const Step& step : options.steps) Apply(step);
 
   std::vector<std::u16string> columns;
@@ -195,14 +265,13 @@ int Run::Execute(const Options& options) {
   }
   if (!options.list && !options.convert) return kExitDone;
 
-  TerminalCollectUi ui;
-  const std::vector<std::u16string> files =
-      CollectSelectedFiles(selection_.Lists(), *filters_, decoder_, false, u"Indexing files... ", ui);
-  if (files.empty()) {
-    WriteErr(Utf16ToUtf8(kNothingToConvert) + "\n");
-    return kExitNothingToConvert;
-  }
   if (options.list) {
+    const std::vector<std::u16string> files =
+        CollectSelectedFiles(selection_.Lists(), *filters_, decoder_, false, u"Indexing files... ", progressUi_);
+    if (files.empty()) {
+      WriteErr(Utf16ToUtf8(kNothingToConvert) + "\n");
+      return kExitNothingToConvert;
+    }
     if (columns.empty() && !options.json) {
       std::string out;
       for (const std::u16string& file : files) out += OutputText(file) + "\n";
@@ -214,7 +283,8 @@ int Run::Execute(const Options& options) {
       Print(entries, columns, options.json);
     }
   }
-  if (options.convert) throw UsageError{"--convert is not available in this build"};
+  std::fflush(stdout);
+  if (options.convert) return ConvertFiles();
   return kExitDone;
 }
 

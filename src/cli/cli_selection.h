@@ -20,6 +20,8 @@ class CliSelection : private SelectionView {
   CliSelection() : model_(*this) {}
 
   SelectionModel& Model() { return model_; }
+  // The window side the model was made with (profiles refill "the file list" through it).
+  SelectionView& View() { return *this; }
   const SelectionLists& Lists() const { return model_.Lists(); }
 
   // `folder` is absolute and ends in the separator; `file` is absolute. Each returns

@@ -46,7 +46,7 @@ class CriticalErrorBoxesOff {
   CriticalErrorBoxesOff& operator=(const CriticalErrorBoxesOff&) = delete;
 
  private:
-  unsigned previous_ = 0;
+  [[maybe_unused]] unsigned previous_ = 0;  // Windows only
 };
 
 class FolderEnumeration {

@@ -37,8 +37,8 @@ class CliRunTest : public ::testing::Test {
  protected:
   CliRunTest() : root_(ToOsString(dir_.Path())) {}
 
-  Result Cli(std::vector<std::string> args) {
-    args.insert(args.begin(), TESSAROVEN_CLI_PATH);
+  Result Cli(std::vector<std::string> args, const std::string& program = TESSAROVEN_CLI_PATH) {
+    args.insert(args.begin(), program);
     std::vector<char*> argv;
     for (std::string& arg : args) argv.push_back(arg.data());
     argv.push_back(nullptr);
@@ -124,6 +124,72 @@ TEST_F(CliRunTest, ANameThatIsNotUtf8ComesOutByteForByte) {
   EXPECT_EQ(json.out, "{\"Name\": \"caf\\udce9 \\\"live\\\".mp3\"}\n");
 }
 
+// The hand-off end to end: the program copied beside a test converter (which
+// records its arguments and the list it got, then signals the event), as an
+// installation would have the real one.
+TEST_F(CliRunTest, ConvertHandsTheListToTheConverterBesideTheProgram) {
+  const std::string first = Put("tone.flac", "A/one.flac");
+  const std::string second = Put("tone.mp3", "A/B/two.mp3");
+  const fs::path bin = fs::path(root_) / "bin";
+  fs::create_directories(bin);
+  fs::copy_file(TESSAROVEN_CLI_PATH, bin / "tessaroven-cli");
+  fs::copy_file(TESSAROVEN_FAKE_CONVERTER_PATH, bin / "kovantrix");
+  fs::create_directory_symlink(TESSAROVEN_BUILD_PLUGIN_DIR, bin / "decoder");
+  const std::string record = root_ + "record-";
+  setenv("TESSAROVEN_FAKE_CONVERTER_RECORD", record.c_str(), 1);
+
+  const Result result = Cli({"--folder-only", Lib("A/B"), "--file", first, "--convert"}, (bin / "tessaroven-cli").string());
+  unsetenv("TESSAROVEN_FAKE_CONVERTER_RECORD");
+  EXPECT_EQ(result.code, 0) << result.err;
+
+  std::string expectedList;
+  for (const std::string& path : {second, first}) {
+    for (const char16_t unit : Utf8ToUtf16(path)) {
+      expectedList.push_back(static_cast<char>(unit & 0xFF));
+      expectedList.push_back(static_cast<char>(unit >> 8));
+    }
+    expectedList += std::string("\r\0\n\0", 4);
+  }
+  EXPECT_EQ(Slurp(record + "list"), expectedList);
+
+  const std::string args = Slurp(record + "args");
+  std::vector<std::u16string> words;
+  std::u16string word;
+  for (std::size_t i = 0; i + 1 < args.size(); i += 2) {
+    const char16_t unit = static_cast<char16_t>(static_cast<unsigned char>(args[i]) | (static_cast<unsigned char>(args[i + 1]) << 8));
+    if (unit == 0) {
+      words.push_back(word);
+      word.clear();
+    } else {
+      word.push_back(unit);
+    }
+  }
+  ASSERT_EQ(words.size(), 4u) << "the converter's own path, three arguments, and no -additionalprofile";
+  EXPECT_EQ(words[0], FromOsString((bin / "kovantrix").string()));
+  EXPECT_TRUE(words[1].starts_with(u"-list_to_conv="));
+  EXPECT_TRUE(words[2].starts_with(u"-signal_event_got_files=fsqrv-"));
+  EXPECT_EQ(words[3], u"-centeronwnd=0");
+  EXPECT_FALSE(fs::exists(ToOsString(words[1].substr(14)))) << "the list file is deleted afterwards";
+}
+
+TEST_F(CliRunTest, AProfileKeepsTheSelectionAndTheFilters) {
+  Put("tone.flac", "A/one.flac");
+  Put("tone.mp3", "A/two.mp3");
+  Put("tone.ogg", "A/B/three.ogg");
+  const Result saved = Cli({"--folder", Lib("A"), "--exclude-folder", Lib("A/B"), "--exclude-type", ".mp3",
+                            "--save-profile", "Jazz: \"live\"/2024"});
+  EXPECT_EQ(saved.code, 0) << saved.err;
+  const Result loaded = Cli({"--profile", "Jazz: \"live\"/2024", "--list"});
+  EXPECT_EQ(loaded.code, 0) << loaded.err;
+  EXPECT_EQ(loaded.out, Lib("A/one.flac") + "\n");
+  // A step after the load changes the loaded selection like a click (the walk lists
+  // A's file and sub-folder in the file system's order).
+  const std::string out = Cli({"--profile", "Jazz: \"live\"/2024", "--folder", Lib("A/B"), "--list"}).out;
+  EXPECT_TRUE(out == Lib("A/one.flac") + "\n" + Lib("A/B/three.ogg") + "\n" ||
+              out == Lib("A/B/three.ogg") + "\n" + Lib("A/one.flac") + "\n")
+      << out;
+}
+
 struct ExitCase {
   const char* name;
   std::vector<std::string> args;  // "LIB" stands for the library folder
@@ -152,6 +218,7 @@ INSTANTIATE_TEST_SUITE_P(
                       ExitCase{"FileGivenAsFolder", {"--folder", TESSAROVEN_CLI_PATH, "--list"}, 2, "no such folder"},
                       ExitCase{"UnknownType", {"--exclude-type", ".xyz", "--list"}, 2, "no decoder reads .xyz"},
                       ExitCase{"BadOption", {"--lst"}, 2, "unknown option"},
+                      ExitCase{"NoSuchProfile", {"--profile", "Nothing Like It", "--list"}, 2, "no profile named"},
                       ExitCase{"NothingAsked", {}, 2, "Usage: tessaroven-cli"}),
     [](const auto& p) { return std::string(p.param.name); });
 

@@ -13,7 +13,7 @@ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
   -DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link -DCMAKE_C_FLAGS=-fsanitize=fuzzer-no-link \
   -DTESSAROVEN_SANITIZE=ON -DTESSAROVEN_FUZZ=ON -DTESSAROVEN_TESTS=OFF >/dev/null
-targets=(tag_block_fuzz plugin_open_fuzz_taglib plugin_open_fuzz_ffmpeg)
+targets=(tag_block_fuzz profile_store_fuzz plugin_open_fuzz_taglib plugin_open_fuzz_ffmpeg)
 ninja -C "$build" -j2 "${targets[@]}"
 
 rm -rf "$work"
@@ -35,6 +35,25 @@ out = sys.argv[1]
 open(f"{out}/two", "wb").write(block(entry("Artist", "Someone"), entry("Album", "Something")))
 open(f"{out}/picture", "wb").write(block(entry("Cover Art (Front)", "image/png", b"\x89PNG" + bytes(12)),
                                          entry("DSD Type", "DSD64")))
+PY
+
+# Seeds for the profile parser: a profile as a save writes it, and one cut short.
+seeds="$work/profile_store_fuzz/seeds"
+mkdir -p "$seeds"
+python3 - "$seeds" <<'PY'
+import struct, sys
+def record(key, value, data=b""):
+    body = (key + "\0").encode("utf-16-le") + (value + "\0").encode("utf-16-le") + data
+    return struct.pack("<I", len(body) + 4) + body
+records = [record("lstFoldersAndSub", "/music/a/{_{_}_}/music/b/"), record("lstFoldersNoSub", ""),
+           record("lstFoldersExclude", "/music/a/skip/"), record("lstSingleFiles", "/x.flac"),
+           record("lstSingleFilesExclude", ""), record("lstExcludedExt", ".ogg;.wma;"),
+           record("Filter0-ExcludeAll", "1"), record("Filter0", "", struct.pack("<II", 5, 17))]
+records += [record(f"Filter{i}", "") for i in range(1, 8)] + [record("DateFilter", "1,30")]
+whole = struct.pack("<I", len(records)) + b"".join(records)
+out = sys.argv[1]
+open(f"{out}/saved", "wb").write(whole)
+open(f"{out}/truncated", "wb").write(whole[:len(whole) // 2])
 PY
 
 # Seeds for a plug-in: each tests/data file whose extension the plug-in declares,

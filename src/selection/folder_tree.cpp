@@ -1,5 +1,7 @@
 #include "selection/folder_tree.h"
 
+#include <algorithm>
+
 namespace tessaroven {
 namespace {
 
@@ -126,6 +128,33 @@ void FolderTree::Release(NodeId id) {
   if (++slot.generation == 0) slot.generation = 1;  // 0 would make a slot-0 id equal kNoNode
   freeSlots_.push_back(SlotOf(id));
   --liveNodes_;
+}
+
+NodeId FolderTree::InsertNode(NodeId parent, std::size_t row, std::u16string path, bool hasChildren) {
+  std::vector<NodeId>* siblings = ChildListOf(parent);
+  if (!siblings) return kNoNode;
+  row = std::min(row, siblings->size());
+  if (observer_) observer_->NodesAboutToBeAdded(parent, row, 1);
+  const NodeId id = Allocate(parent, AllocatePath(std::move(path)), true, hasChildren);
+  // Allocation may move the slots, so the sibling list is looked up again.
+  std::vector<NodeId>& children = *ChildListOf(parent);
+  children.insert(children.begin() + static_cast<std::ptrdiff_t>(row), id);
+  for (std::size_t r = row; r < children.size(); ++r) Find(children[r])->row = r;
+  if (observer_) observer_->NodesAdded(parent);
+  return id;
+}
+
+void FolderTree::RemoveNode(NodeId id) {
+  Node* node = Find(id);
+  if (!node) return;
+  const NodeId parent = node->parent;
+  const std::size_t row = node->row;
+  if (observer_) observer_->NodeAboutToBeRemoved(parent, row);
+  Release(id);
+  std::vector<NodeId>& children = *ChildListOf(parent);
+  children.erase(children.begin() + static_cast<std::ptrdiff_t>(row));
+  for (std::size_t r = row; r < children.size(); ++r) Find(children[r])->row = r;
+  if (observer_) observer_->NodeRemoved(parent);
 }
 
 void FolderTree::DiscardChildren(NodeId id) {

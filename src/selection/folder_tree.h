@@ -55,6 +55,10 @@ class FolderTreeObserver {
   // All `count` loaded children of `parent` are about to be discarded (count > 0).
   virtual void ChildrenAboutToBeDiscarded(NodeId parent, std::size_t count) = 0;
   virtual void ChildrenDiscarded(NodeId parent) = 0;
+  // The one node at row `row` under `parent` is about to be removed with everything
+  // below it (a drive that went away).
+  virtual void NodeAboutToBeRemoved(NodeId parent, std::size_t row) = 0;
+  virtual void NodeRemoved(NodeId parent) = 0;
   virtual void NodeChanged(NodeId node) = 0;
 };
 
@@ -85,6 +89,12 @@ class FolderTree {
   // pair), in the order given. Returns their ids, or nothing when `parent` is not live.
   std::vector<NodeId> AddChildren(NodeId parent, std::vector<std::u16string> paths);
 
+  // Adds a node at `row` among the children of `parent` (kNoNode: the top level);
+  // the siblings from that row on move down one. A row past the end appends.
+  // Returns kNoNode when `parent` is not a live node.
+  NodeId InsertNode(NodeId parent, std::size_t row, std::u16string path, bool hasChildren = true);
+  // Removes the node with everything loaded below it; later siblings move up one.
+  void RemoveNode(NodeId node);
   // Discards every loaded child of `node` and their descendants, and marks the node
   // collapsed; its has-children flag stays, so it can be expanded and loaded again.
   void DiscardChildren(NodeId node);
@@ -123,7 +133,7 @@ class FolderTree {
     bool ownsPath = false;
     TreeCheckState state = TreeCheckState::csUnchecked;
     NodeId parent = kNoNode;
-    std::size_t row = 0;  // fixed: children are only appended, and discarded all at once
+    std::size_t row = 0;  // kept up to date when a sibling is inserted or removed
     std::vector<NodeId> children;
     bool hasChildren = false;
     bool expanded = false;

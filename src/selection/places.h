@@ -119,14 +119,27 @@ class PlaceNodes {
 void AddPlacesToTree(FolderTree& tree, SelectionLists& lists, PlaceNodes& nodes, const std::vector<Place>& places);
 
 // What RefreshDrives needs of the tree: to put a top-level node at a given row and
-// to take one out with everything loaded below it. FolderTree only appends, so the
-// window adapts it to these two calls.
+// to take one out with everything loaded below it (FolderTreeEditor below, or a
+// test's own).
 class TopLevelNodeEditor {
  public:
   virtual ~TopLevelNodeEditor() = default;
   // A new top-level node at `row` (0 = first) that offers to expand.
   virtual NodeId InsertTopLevelNode(std::size_t row, std::u16string path) = 0;
   virtual void RemoveTopLevelNode(NodeId node) = 0;
+};
+
+// The editor over the window's own folder tree.
+class FolderTreeEditor : public TopLevelNodeEditor {
+ public:
+  explicit FolderTreeEditor(FolderTree& tree) : tree_(tree) {}
+  NodeId InsertTopLevelNode(std::size_t row, std::u16string path) override {
+    return tree_.InsertNode(kNoNode, row, std::move(path));
+  }
+  void RemoveTopLevelNode(NodeId node) override { tree_.RemoveNode(node); }
+
+ private:
+  FolderTree& tree_;
 };
 
 struct DriveRefreshResult {

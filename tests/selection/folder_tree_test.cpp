@@ -120,6 +120,16 @@ class RecordingObserver : public FolderTreeObserver {
   void ChildrenDiscarded(NodeId parent) override {
     events.push_back("discarded " + Name(parent) + " " + std::to_string(tree_.ChildrenOf(parent).size()));
   }
+  void NodeAboutToBeRemoved(NodeId parent, std::size_t row) override {
+    events.push_back("remove " + Name(parent) + " row " + std::to_string(row));
+    EXPECT_FALSE(open_);
+    open_ = true;
+  }
+  void NodeRemoved(NodeId parent) override {
+    events.push_back("removed " + Name(parent) + " " + std::to_string(tree_.ChildrenOf(parent).size()));
+    EXPECT_TRUE(open_);
+    open_ = false;
+  }
   void NodeChanged(NodeId node) override {
     events.push_back("changed " + Name(node) + " state " + std::to_string(static_cast<int>(tree_.StateOf(node))) +
                      (tree_.IsExpanded(node) ? " open" : "") + (tree_.HasChildren(node) ? "" : " leaf"));
@@ -166,6 +176,41 @@ TEST(FolderTree, ObserverHearsEveryChangeOnceAndInPairs) {
       "changed / state 1",
   };
   EXPECT_EQ(observer.events, expected);
+}
+
+}  // namespace
+}  // namespace tessaroven
+
+namespace tessaroven {
+namespace {
+
+// Drives come and go in the middle of the top level: rows stay consecutive, the
+// removed node and everything below it die, and a view hears each change as a pair.
+TEST(FolderTree, InsertingAndRemovingKeepsRowsAndTellsTheView) {
+  FolderTree tree;
+  RecordingObserver observer(tree);
+  const NodeId a = tree.AddNode(kNoNode, u"/a/");
+  const NodeId c = tree.AddNode(kNoNode, u"/c/");
+  const NodeId child = tree.AddChildren(c, {u"/c/x/"}).front();
+  tree.SetObserver(&observer);
+
+  const NodeId b = tree.InsertNode(kNoNode, 1, u"/b/");
+  const NodeId d = tree.InsertNode(kNoNode, 99, u"/d/");
+  EXPECT_EQ(tree.TopLevelNodes(), (std::vector<NodeId>{a, b, c, d}));
+  for (std::size_t row = 0; row < tree.TopLevelNodes().size(); ++row)
+    EXPECT_EQ(tree.RowOf(tree.TopLevelNodes()[row]), row);
+
+  tree.RemoveNode(c);
+  EXPECT_EQ(tree.TopLevelNodes(), (std::vector<NodeId>{a, b, d}));
+  EXPECT_EQ(tree.RowOf(d), 2u);
+  EXPECT_FALSE(tree.IsNode(c));
+  EXPECT_FALSE(tree.IsNode(child));
+  EXPECT_EQ(tree.NodeCount(), 3u);
+  EXPECT_EQ(observer.events, (std::vector<std::string>{"add top 1+1", "added top 3", "add top 3+1", "added top 4",
+                                                       "remove top row 2", "removed top 3"}));
+  tree.RemoveNode(c);  // already gone: nothing happens
+  EXPECT_EQ(observer.events.size(), 6u);
+  tree.SetObserver(nullptr);
 }
 
 }  // namespace

@@ -114,37 +114,12 @@ TEST(Places, AddToTreeMakesExpandableTopLevelNodesWithLabelsAndRoots) {
   EXPECT_EQ(nodes.Label(kNoNode), u"");
 }
 
-// FolderTree itself only appends; this adapter keeps the top level's row order so
-// the refresh can be checked against rows. A removal discards the node's loaded
-// children, as taking the node out of the tree would.
-class RowKeepingEditor : public TopLevelNodeEditor {
- public:
-  explicit RowKeepingEditor(FolderTree& tree) : tree_(tree), rows_(tree.TopLevelNodes()) {}
-
-  NodeId InsertTopLevelNode(std::size_t row, std::u16string path) override {
-    EXPECT_LE(row, rows_.size());
-    const NodeId node = tree_.AddNode(kNoNode, std::move(path));
-    rows_.insert(rows_.begin() + static_cast<std::ptrdiff_t>(std::min(row, rows_.size())), node);
-    return node;
-  }
-  void RemoveTopLevelNode(NodeId node) override {
-    const auto found = std::find(rows_.begin(), rows_.end(), node);
-    ASSERT_NE(found, rows_.end());
-    tree_.DiscardChildren(node);
-    rows_.erase(found);
-  }
-
-  const std::vector<NodeId>& Rows() const { return rows_; }
-  std::vector<std::u16string> RowPaths() const {
-    std::vector<std::u16string> paths;
-    for (const NodeId node : rows_) paths.push_back(tree_.PathOf(node));
-    return paths;
-  }
-
- private:
-  FolderTree& tree_;
-  std::vector<NodeId> rows_;
-};
+// The top level's paths in row order.
+std::vector<std::u16string> RowPaths(const FolderTree& tree) {
+  std::vector<std::u16string> paths;
+  for (const NodeId node : tree.TopLevelNodes()) paths.push_back(tree.PathOf(node));
+  return paths;
+}
 
 struct RefreshCase {
   const char* name;
@@ -172,7 +147,7 @@ TEST_P(DriveRefreshRows, PutNewDrivesInOrderAndTakeOutVanishedOnes) {
   SelectionLists lists;
   PlaceNodes nodes;
   AddPlacesToTree(tree, lists, nodes, ComposePlaces(folders, drives(c.before)));
-  RowKeepingEditor editor(tree);
+  FolderTreeEditor editor(tree);
   std::vector<NodeId> keptBefore;
   for (const auto& entry : nodes.Entries()) keptBefore.push_back(entry.node);
 
@@ -180,20 +155,21 @@ TEST_P(DriveRefreshRows, PutNewDrivesInOrderAndTakeOutVanishedOnes) {
 
   std::vector<std::u16string> expectedRows;
   for (const auto& path : c.rows) expectedRows.push_back(path == u"{ Network }" ? path : Native(path));
-  EXPECT_EQ(editor.RowPaths(), expectedRows);
+  EXPECT_EQ(RowPaths(tree), expectedRows);
   EXPECT_EQ(result.added.size(), c.added);
   EXPECT_EQ(result.removed.size(), c.removed);
   EXPECT_TRUE(result.relabeled.empty());
   // PlaceNodes follows the rows, so labels and rows agree for the window.
-  ASSERT_EQ(nodes.Entries().size(), editor.Rows().size());
-  for (std::size_t row = 0; row < editor.Rows().size(); ++row) {
-    EXPECT_EQ(nodes.Entries()[row].node, editor.Rows()[row]) << row;
-    EXPECT_EQ(nodes.Entries()[row].place.path, editor.RowPaths()[row]) << row;
+  ASSERT_EQ(nodes.Entries().size(), tree.TopLevelNodes().size());
+  for (std::size_t row = 0; row < tree.TopLevelNodes().size(); ++row) {
+    EXPECT_EQ(nodes.Entries()[row].node, tree.TopLevelNodes()[row]) << row;
+    EXPECT_EQ(nodes.Entries()[row].place.path, RowPaths(tree)[row]) << row;
   }
   // Every place still shown keeps the node it had; removed ones are gone from both.
   for (const NodeId node : keptBefore) {
     const bool removed = std::find(result.removed.begin(), result.removed.end(), node) != result.removed.end();
     EXPECT_EQ(nodes.Find(node) != nullptr, !removed);
+    EXPECT_EQ(tree.IsNode(node), !removed) << "a removed drive's node is gone from the tree too";
   }
   // The roots are the folder places now shown, in the order they were added.
   for (const auto& path : expectedRows)
@@ -268,7 +244,7 @@ TEST(Places, RefreshKeepsAnExpandedDriveWithItsChildrenAndStates) {
   const NodeId goneChild = tree.AddNode(goneDrive, Native(u"/mnt/b/x/"));
   lists.lstFoldersAndSub.push_back(Native(u"/mnt/b/x/"));
 
-  RowKeepingEditor editor(tree);
+  FolderTreeEditor editor(tree);
   const DriveRefreshResult result =
       RefreshDrives(editor, lists, nodes, {Drive(u"/"), Drive(u"/media/stick/", kDriveRemovable), Drive(u"/mnt/a/")});
 
@@ -280,7 +256,7 @@ TEST(Places, RefreshKeepsAnExpandedDriveWithItsChildrenAndStates) {
   EXPECT_FALSE(tree.IsNode(goneChild));
   ASSERT_EQ(result.added.size(), 1u);
   EXPECT_EQ(nodes.Label(result.added[0]), u"Removable Disk (/media/stick/)");
-  EXPECT_EQ(editor.RowPaths(),
+  EXPECT_EQ(RowPaths(tree),
             (std::vector<std::u16string>{Native(u"/"), Native(u"/media/stick/"), Native(u"/mnt/a/"), u"{ Network }"}));
   // What was chosen on the vanished drive stays chosen for when it comes back.
   EXPECT_EQ(lists.lstFoldersAndSub, PathList{Native(u"/mnt/b/x/")});
@@ -295,7 +271,7 @@ TEST(Places, RefreshFollowsANewVolumeNameWithoutTouchingTheNode) {
   const NodeId cd = tree.TopLevelNodes()[0];
   tree.AddNode(cd, Native(u"/cd/old/"));
   tree.SetExpanded(cd, true);
-  RowKeepingEditor editor(tree);
+  FolderTreeEditor editor(tree);
 
   Place withDisc = Drive(u"/cd/", kDriveCdRom);
   withDisc.label = u"AUDIO_CD (/cd)";
@@ -316,10 +292,10 @@ TEST(Places, AVanishedDriveKeepsTheRootOfAFolderPlaceAtTheSamePath) {
   SelectionLists lists;
   PlaceNodes nodes;
   AddPlacesToTree(tree, lists, nodes, ComposePlaces(folders, {Drive(u"/"), Drive(u"/srv/music/")}));
-  RowKeepingEditor editor(tree);
+  FolderTreeEditor editor(tree);
   RefreshDrives(editor, lists, nodes, {Drive(u"/")});
   EXPECT_TRUE(ContainsPath(lists.lstTreeRoots, Native(u"/srv/music/")));
-  EXPECT_EQ(editor.RowPaths(), (std::vector<std::u16string>{Native(u"/srv/music/"), Native(u"/"), u"{ Network }"}));
+  EXPECT_EQ(RowPaths(tree), (std::vector<std::u16string>{Native(u"/srv/music/"), Native(u"/"), u"{ Network }"}));
 }
 
 }  // namespace

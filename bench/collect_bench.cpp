@@ -11,6 +11,9 @@
 // against `find DIR -maxdepth 1 -printf` of size and time; `vs_find` as above.
 // `bytes_per_utf16_byte` is the heap the 100,000 collected paths take over the
 // bytes of their UTF-16 text.
+// BM_CliList runs `tessaroven-cli --folder TREE --list` as a whole process (start-up,
+// plug-ins, the walk, printing 60,000 paths to /dev/null); `vs_collector` is its time
+// over the in-process collection of the same tree run just before it.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <malloc.h>
@@ -37,9 +40,9 @@ namespace fs = std::filesystem;
 
 // What the two plug-ins declare, as the type filter would hold it.
 constexpr const char16_t* kAudioExtensions[] = {
-    u".mp3", u".mp2", u".flac", u".ogg", u".oga", u".opus", u".spx", u".m4a", u".m4b", u".mp4",  u".wav", u".aif",
-    u".aiff", u".aifc", u".ape", u".wv",  u".mpc",  u".wma", u".asf", u".tta", u".dsf", u".dff", u".ac3",  u".dts",
-    u".aac", u".mka",  u".webm", u".mkv", u".avi", u".mov", u".mpg", u".mpeg", u".ts", u".m2ts", u".flv", u".3gp"};
+    u".mp3",  u".mp2",  u".flac", u".ogg", u".oga", u".opus", u".spx", u".m4a",  u".m4b", u".mp4",  u".wav", u".aif",
+    u".aiff", u".aifc", u".ape",  u".wv",  u".mpc", u".wma",  u".asf", u".tta",  u".dsf", u".dff",  u".ac3", u".dts",
+    u".aac",  u".mka",  u".webm", u".mkv", u".avi", u".mov",  u".mpg", u".mpeg", u".ts",  u".m2ts", u".flv", u".3gp"};
 // Of every 10 files, 6 have one of these audio extensions and 4 are cover art,
 // playlists and notes.
 constexpr const char* kFileKinds[] = {".flac", ".mp3", ".m4a", ".ogg", ".wav", ".opus", ".jpg", ".m3u", ".txt", ".cue"};
@@ -167,7 +170,8 @@ void BM_ListFolder(benchmark::State& state) {
   AddAudioTypes(filters);
   const std::u16string folder = Utf8ToUtf16(TheTree().flat + "/");
   clQzDecoder decoder;
-  const std::vector<std::string> find = {"find", TheTree().flat, "-maxdepth", "1", "-type", "f", "-printf", "%s %T@\\n"};
+  const std::vector<std::string> find = {"find", TheTree().flat, "-maxdepth", "1", "-type",
+                                         "f",    "-printf",      "%s %T@\\n"};
   double findSeconds = 0;
   double ownSeconds = 0;
   std::size_t listed = 0;
@@ -186,7 +190,32 @@ void BM_ListFolder(benchmark::State& state) {
   state.counters["vs_find"] = findSeconds / ownSeconds;
 }
 
+void BM_CliList(benchmark::State& state) {
+  FilterState filters(FilterFieldNames{});
+  AddAudioTypes(filters);
+  SelectionLists lists;
+  lists.lstFoldersAndSub = {Utf8ToUtf16(TheTree().root + "/")};
+  clQzDecoder decoder;
+  XEvent cancel;
+  CollectProgress progress;
+  const std::vector<std::string> cli = {TESSAROVEN_BENCH_CLI, "--folder", TheTree().root, "--list"};
+  double collectorSeconds = 0;
+  double cliSeconds = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    const auto start = std::chrono::steady_clock::now();
+    AudioFileTest audio(filters.Types());
+    CollectContext context{lists, filters, audio, decoder, false, u"", cancel, progress};
+    benchmark::DoNotOptimize(CollectFiles(context));
+    collectorSeconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    state.ResumeTiming();
+    cliSeconds += TimeCommand(cli);
+  }
+  state.counters["vs_collector"] = cliSeconds / collectorSeconds;
+}
+
 BENCHMARK(BM_Collect)->Arg(0)->Arg(30)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_CliList)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_ListFolder)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
@@ -195,6 +224,12 @@ BENCHMARK(BM_ListFolder)->Unit(benchmark::kMillisecond)->UseRealTime();
 int main(int argc, char** argv) {
   std::string root = (std::filesystem::temp_directory_path() / "tessaroven-collect-bench-XXXXXX").string();
   if (mkdtemp(root.data()) == nullptr) return 1;
+  // The command-line run gets settings and data folders of its own, never yours.
+  for (const char* variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME"}) {
+    const std::string folder = root + "/" + variable;
+    std::filesystem::create_directories(folder);
+    setenv(variable, folder.c_str(), 1);
+  }
   std::fprintf(stderr, "collect_bench: making 110,000 files in %s ...\n", root.c_str());
   tessaroven::MakeTree(root);
   benchmark::Initialize(&argc, argv);

@@ -20,7 +20,6 @@
 #include <taglib/mpegfile.h>
 #include <taglib/oggflacfile.h>
 #include <taglib/oggpageheader.h>
-#include <taglib/xiphcomment.h>
 #include <taglib/opusfile.h>
 #include <taglib/speexfile.h>
 #include <taglib/tdebuglistener.h>
@@ -29,6 +28,7 @@
 #include <taglib/vorbisfile.h>
 #include <taglib/wavfile.h>
 #include <taglib/wavpackfile.h>
+#include <taglib/xiphcomment.h>
 
 #include <algorithm>
 #include <array>

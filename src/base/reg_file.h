@@ -121,7 +121,7 @@ class RegFile {
   std::shared_ptr<const std::string> source_;  // the parsed file as UTF-8, shared by copies
   std::vector<Section> sections_;
   std::string eol_ = "\n";
-  FoldedMap<KeyIndex> keys_;  // by key path
+  FoldedMap<KeyIndex> keys_;                                              // by key path
   std::unordered_set<std::u16string, FoldedHash, FoldedEqual> existing_;  // every key and its parents
 };
 

@@ -463,7 +463,7 @@ class SettingsFile {
 
   std::mutex queueMutex_;  // guards queue_ and the done flags of its writes
   std::vector<PendingWrite*> queue_;
-  std::mutex mutex_;  // orders the threads of this process; everything below is under it
+  std::mutex mutex_;       // orders the threads of this process; everything below is under it
   bool resolved_ = false;  // resolvedXdg_ and resolvedHome_ hold what folder_ was made from
   std::string resolvedXdg_;
   std::string resolvedHome_;

@@ -71,10 +71,10 @@ class TerminalCollectUi : public CollectUi {
       if (progress.Generation() == shown) continue;
       shown = progress.Generation();
       const std::string text = Utf16ToUtf8(progress.Text());
-      WriteErr("\r" + text + std::string(width > text.size() ? width - text.size() : 0, ' '));
+      WriteErr(std::string("\r").append(text).append(width > text.size() ? width - text.size() : 0, ' '));
       width = text.size();
     }
-    if (width > 0) WriteErr("\r" + std::string(width, ' ') + "\r");
+    if (width > 0) WriteErr(std::string("\r").append(width, ' ').append("\r"));
   }
 };
 
@@ -162,7 +162,8 @@ void Run::Apply(const Step& step) {
       break;
     case StepKind::ExcludeFolder:
       if (!selection_.ExcludeFolder(UsablePath(step.text, PathKind::Folder, "--exclude-folder")))
-        WriteErr("tessaroven-cli: --exclude-folder " + step.text + ": not inside a folder ticked with its sub-folders\n");
+        WriteErr("tessaroven-cli: --exclude-folder " + step.text +
+                 ": not inside a folder ticked with its sub-folders\n");
       break;
     case StepKind::File:
       selection_.TickFile(UsablePath(step.text, PathKind::File, "--file"), true);

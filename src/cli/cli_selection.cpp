@@ -34,8 +34,7 @@ bool CliSelection::ClickUntil(NodeId node, TreeCheckState wanted) {
 }
 
 bool CliSelection::TickFolder(const std::u16string& folder, bool withSubFolders) {
-  return ClickUntil(NodeFor(folder),
-                    withSubFolders ? TreeCheckState::csFolderAndSub : TreeCheckState::csFolderNoSub);
+  return ClickUntil(NodeFor(folder), withSubFolders ? TreeCheckState::csFolderAndSub : TreeCheckState::csFolderNoSub);
 }
 
 bool CliSelection::ExcludeFolder(const std::u16string& folder) {

@@ -23,8 +23,8 @@ void PrintDiagnostics() {
   const struct {
     const char* label;
     int id;
-  } folders[] = {{"Application data:    ", kFolderAppData},    {"Documents:           ", kFolderDocuments},
-                 {"Music:               ", kFolderMyMusic},    {"Videos:              ", kFolderMyVideos},
+  } folders[] = {{"Application data:    ", kFolderAppData},     {"Documents:           ", kFolderDocuments},
+                 {"Music:               ", kFolderMyMusic},     {"Videos:              ", kFolderMyVideos},
                  {"Public music:        ", kFolderPublicMusic}, {"Public videos:       ", kFolderPublicVideos}};
   for (const auto& folder : folders) std::cout << folder.label << Shown(GetSpecialFolder(folder.id, u"")) << '\n';
   std::cout << "Temporary files:     " << Shown(TempFolder()) << "\n\n";

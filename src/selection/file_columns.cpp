@@ -12,48 +12,49 @@ namespace tessaroven {
 bool LocalTimeOf(std::uint64_t fileTime, SystemTime& local);
 
 const std::vector<std::u16string_view> kFileAndPropertyColumns = {
-    u"Name",     u"Size",   u"Type",        u"Date Modified", u"Date Created", u"Date Accessed",
+    u"Name",     u"Size",     u"Type",   u"Date Modified", u"Date Created", u"Date Accessed",
     u"Bit Rate", u"Channels", u"Length", u"Sample Rate",   u"Sample Size",  u"Compression"};
 
 const std::vector<std::u16string_view> kTagColumns = {u"Artist",
-                                                       u"Title",
-                                                       u"Album",
-                                                       u"Track",
-                                                       u"Year",
-                                                       u"Genre",
-                                                       u"Album Artist",
-                                                       u"Album Artist - Album - Disc - Track",
-                                                       u"Album - Disc - Track",
-                                                       u"Band",
-                                                       u"Tempo",
-                                                       u"Comment",
-                                                       u"Compilation",
-                                                       u"Composer",
-                                                       u"Conductor",
-                                                       u"Disc",
-                                                       u"Encoded by",
-                                                       u"Label",
-                                                       u"Last Played",
-                                                       u"Mood",
-                                                       u"Playcount",
-                                                       u"Rating",
-                                                       u"Style",
-                                                       u"AccurateRipResult",
-                                                       u"Replaygain_Track_Gain",
-                                                       u"Replaygain_Track_Peak",
-                                                       u"Replaygain_Album_Gain",
-                                                       u"Replaygain_Album_Peak"};
+                                                      u"Title",
+                                                      u"Album",
+                                                      u"Track",
+                                                      u"Year",
+                                                      u"Genre",
+                                                      u"Album Artist",
+                                                      u"Album Artist - Album - Disc - Track",
+                                                      u"Album - Disc - Track",
+                                                      u"Band",
+                                                      u"Tempo",
+                                                      u"Comment",
+                                                      u"Compilation",
+                                                      u"Composer",
+                                                      u"Conductor",
+                                                      u"Disc",
+                                                      u"Encoded by",
+                                                      u"Label",
+                                                      u"Last Played",
+                                                      u"Mood",
+                                                      u"Playcount",
+                                                      u"Rating",
+                                                      u"Style",
+                                                      u"AccurateRipResult",
+                                                      u"Replaygain_Track_Gain",
+                                                      u"Replaygain_Track_Peak",
+                                                      u"Replaygain_Album_Gain",
+                                                      u"Replaygain_Album_Peak"};
 
 const std::vector<std::u16string_view> kDefaultMainColumns = {
-    u"Name",  u"Size",  u"Type", u"Date Modified", u"Artist", u"Title", u"Genre", u"Album Artist - Album - Disc - Track",
+    u"Name",   u"Size",    u"Type",  u"Date Modified",
+    u"Artist", u"Title",   u"Genre", u"Album Artist - Album - Disc - Track",
     u"Length", u"Bit Rate"};
 
 namespace {
 
 // The columns the directory entry answers; matched exactly, as the list matches
 // its column names.
-constexpr std::u16string_view kEntryColumns[] = {u"Name",          u"Folder",       u"Path",         u"Size", u"Type",
-                                                 u"Date Modified", u"Date Created", u"Date Accessed"};
+constexpr std::u16string_view kEntryColumns[] = {u"Name", u"Folder",        u"Path",         u"Size",
+                                                 u"Type", u"Date Modified", u"Date Created", u"Date Accessed"};
 
 std::u16string TwoDigits(int value) {
   std::u16string text = FormatInteger(value);

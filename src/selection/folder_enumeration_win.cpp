@@ -16,14 +16,16 @@ struct FolderEnumeration::Platform {
 
 namespace {
 
-std::uint64_t Ticks(const FILETIME& t) { return (static_cast<std::uint64_t>(t.dwHighDateTime) << 32) | t.dwLowDateTime; }
+std::uint64_t Ticks(const FILETIME& t) {
+  return (static_cast<std::uint64_t>(t.dwHighDateTime) << 32) | t.dwLowDateTime;
+}
 
 }  // namespace
 
 FolderEnumeration::FolderEnumeration(const std::u16string& folder) : platform_(std::make_unique<Platform>()) {
   const std::wstring pattern = ToOsString(folder + u"*.*");
-  platform_->find = FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &platform_->data, FindExSearchNameMatch,
-                                     nullptr, FIND_FIRST_EX_LARGE_FETCH);
+  platform_->find = FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &platform_->data, FindExSearchNameMatch, nullptr,
+                                     FIND_FIRST_EX_LARGE_FETCH);
   platform_->pending = platform_->find != INVALID_HANDLE_VALUE;
 }
 

@@ -156,8 +156,7 @@ std::uint64_t CollectProgress::Generation() const {
   return generation_;
 }
 
-bool WalkFolder(const std::u16string& folder, bool recurse, std::vector<std::u16string>& out,
-                CollectContext& context) {
+bool WalkFolder(const std::u16string& folder, bool recurse, std::vector<std::u16string>& out, CollectContext& context) {
   DescentPath descent;
   return Walk(folder, recurse, out, context, descent);
 }
@@ -187,8 +186,9 @@ std::vector<std::u16string> CollectSelectedFiles(const SelectionLists& lists, Fi
   XEvent cancel;
   XEvent finished;
   AudioFileTest audio(filters.Types());
-  CollectContext context{lists,   filters, audio, decoder, forceMetadata || filters.AnyMetadataSlotActive(),
-                         std::u16string(prefix), cancel, progress};
+  CollectContext context{
+      lists,  filters, audio, decoder, forceMetadata || filters.AnyMetadataSlotActive(), std::u16string(prefix),
+      cancel, progress};
   std::vector<std::u16string> result;
   // The caller waits for the worker in every case, so the worker may borrow all of
   // the above.
@@ -200,8 +200,8 @@ std::vector<std::u16string> CollectSelectedFiles(const SelectionLists& lists, Fi
   const auto deadline = std::chrono::steady_clock::now() + grace;
   for (auto now = std::chrono::steady_clock::now(); !finished.IsSet() && now < deadline;
        now = std::chrono::steady_clock::now()) {
-    finished.Wait(std::min<std::chrono::milliseconds>(
-        kCollectPollStep, std::chrono::ceil<std::chrono::milliseconds>(deadline - now)));
+    finished.Wait(std::min<std::chrono::milliseconds>(kCollectPollStep,
+                                                      std::chrono::ceil<std::chrono::milliseconds>(deadline - now)));
   }
   if (!finished.IsSet()) ui.ShowProgress(progress, cancel, finished);
   worker.join();

@@ -133,7 +133,6 @@ std::vector<std::u16string> CollectFiles(CollectContext& context);
 // `grace` is there for tests; the program always waits kCollectGracePeriod.
 std::vector<std::u16string> CollectSelectedFiles(const SelectionLists& lists, FilterState& filters,
                                                  clQzDecoder& decoder, bool forceMetadata, std::u16string_view prefix,
-                                                 CollectUi& ui,
-                                                 std::chrono::milliseconds grace = kCollectGracePeriod);
+                                                 CollectUi& ui, std::chrono::milliseconds grace = kCollectGracePeriod);
 
 }  // namespace tessaroven

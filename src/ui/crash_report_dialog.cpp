@@ -29,9 +29,9 @@ dlgCrashReport::dlgCrashReport(std::u16string dumpPath, ShowDump showDump, QWidg
   icon->setAlignment(Qt::AlignTop);
 
   auto* what = new QLabel(QStringLiteral("Something unexpected happend which led to a crash."), this);
-  auto* forum = new QLabel(QStringLiteral("1) Report on support forum: <a href=\"%1\">%1</a>")
-                               .arg(QLatin1String(kSupportForumAddress)),
-                           this);
+  auto* forum = new QLabel(
+      QStringLiteral("1) Report on support forum: <a href=\"%1\">%1</a>").arg(QLatin1String(kSupportForumAddress)),
+      this);
   forum->setObjectName(QStringLiteral("forumLink"));
   forum->setTextFormat(Qt::RichText);
   forum->setTextInteractionFlags(Qt::TextBrowserInteraction);

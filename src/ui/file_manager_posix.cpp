@@ -25,9 +25,9 @@ bool ShowInFileManager(const std::u16string& file) {
   const QUrl url = FileUrl(file);
   QDBusConnection bus = QDBusConnection::sessionBus();
   if (bus.isConnected()) {
-    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.FileManager1"),
-                                                       QStringLiteral("/org/freedesktop/FileManager1"),
-                                                       QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
     call << QStringList{url.toString(QUrl::FullyEncoded)} << QString();
     // A file manager that starts on demand may take a moment; the user pressed a
     // button and waits for a window anyway.

@@ -19,28 +19,27 @@ TEST_P(BadCommandLine, IsRefusedWithAReason) {
   EXPECT_EQ(result.error.find('\n'), std::string::npos) << "one line";
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, BadCommandLine,
-    ::testing::Values(BadCase{"Unknown", {"--folders", "/m"}, "unknown option '--folders'"},
-                      BadCase{"MissingValue", {"--folder"}, "--folder needs a value"},
-                      BadCase{"EmptyValue", {"--file="}, "not empty"},
-                      BadCase{"SlotTooHigh", {"--filter", "8=Rock"}, "SLOT 0 to 7"},
-                      BadCase{"SlotMissing", {"--filter", "Rock"}, "SLOT 0 to 7"},
-                      BadCase{"SlotNotANumber", {"--filter-exclude-all", "x"}, "slot 0 to 7"},
-                      BadCase{"DateMode", {"--date", "4,30"}, "MODE 0 to 3"},
-                      BadCase{"DateShape", {"--date", "30"}, "MODE,DAYS"},
-                      BadCase{"DateTrailing", {"--date", "1,30x"}, "MODE,DAYS"},
-                      BadCase{"TypeWithoutDot", {"--exclude-type", "mp3"}, "with its dot"},
-                      BadCase{"JsonAlone", {"--json"}, "--json goes with"},
-                      BadCase{"ColumnsAlone", {"--columns", "Name"}, "--columns goes with"},
-                      BadCase{"EmptyColumn", {"--list", "--columns", "Name,,Size"}, "empty column"}),
-    [](const auto& p) { return std::string(p.param.name); });
+INSTANTIATE_TEST_SUITE_P(Cases, BadCommandLine,
+                         ::testing::Values(BadCase{"Unknown", {"--folders", "/m"}, "unknown option '--folders'"},
+                                           BadCase{"MissingValue", {"--folder"}, "--folder needs a value"},
+                                           BadCase{"EmptyValue", {"--file="}, "not empty"},
+                                           BadCase{"SlotTooHigh", {"--filter", "8=Rock"}, "SLOT 0 to 7"},
+                                           BadCase{"SlotMissing", {"--filter", "Rock"}, "SLOT 0 to 7"},
+                                           BadCase{"SlotNotANumber", {"--filter-exclude-all", "x"}, "slot 0 to 7"},
+                                           BadCase{"DateMode", {"--date", "4,30"}, "MODE 0 to 3"},
+                                           BadCase{"DateShape", {"--date", "30"}, "MODE,DAYS"},
+                                           BadCase{"DateTrailing", {"--date", "1,30x"}, "MODE,DAYS"},
+                                           BadCase{"TypeWithoutDot", {"--exclude-type", "mp3"}, "with its dot"},
+                                           BadCase{"JsonAlone", {"--json"}, "--json goes with"},
+                                           BadCase{"ColumnsAlone", {"--columns", "Name"}, "--columns goes with"},
+                                           BadCase{
+                                               "EmptyColumn", {"--list", "--columns", "Name,,Size"}, "empty column"}),
+                         [](const auto& p) { return std::string(p.param.name); });
 
 TEST(CommandLine, StepsKeepTheirOrderAndValuesTheirBytes) {
-  const ParseResult result =
-      ParseOptions({"--folder", "/m/a b", "--exclude-folder=/m/a b/x", "--file", "caf\xE9.mp3", "--filter", "2=A=B",
-                    "--filter-exclude-all", "7", "--date", "1,30", "--list", "--columns", "Name,Album Artist",
-                    "--json"});
+  const ParseResult result = ParseOptions({"--folder", "/m/a b", "--exclude-folder=/m/a b/x", "--file", "caf\xE9.mp3",
+                                           "--filter", "2=A=B", "--filter-exclude-all", "7", "--date", "1,30", "--list",
+                                           "--columns", "Name,Album Artist", "--json"});
   ASSERT_EQ(result.error, "");
   const Options& options = result.options;
   ASSERT_EQ(options.steps.size(), 6u);

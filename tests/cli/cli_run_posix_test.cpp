@@ -10,8 +10,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "support/test_env.h"
 #include "base/text.h"
+#include "support/test_env.h"
 
 extern char** environ;
 
@@ -82,8 +82,8 @@ TEST_F(CliRunTest, ListsInHandOffOrderAndStepsApplyInTheOrderGiven) {
   fs::create_directories(Lib("E"));
   std::ofstream(Lib("E/notes.txt")) << "not audio";
 
-  const Result result = Cli({"--folder", Lib("A"), "--exclude-folder", Lib("A/B"), "--folder-only", Lib("C"),
-                             "--file", single, "--list"});
+  const Result result = Cli(
+      {"--folder", Lib("A"), "--exclude-folder", Lib("A/B"), "--folder-only", Lib("C"), "--file", single, "--list"});
   EXPECT_EQ(result.code, 0) << result.err;
   EXPECT_EQ(result.out, Lib("A/one.flac") + "\n" + Lib("C/three.ogg") + "\n" + single + "\n");
 
@@ -138,7 +138,8 @@ TEST_F(CliRunTest, ConvertHandsTheListToTheConverterBesideTheProgram) {
   const std::string record = root_ + "record-";
   setenv("TESSAROVEN_FAKE_CONVERTER_RECORD", record.c_str(), 1);
 
-  const Result result = Cli({"--folder-only", Lib("A/B"), "--file", first, "--convert"}, (bin / "tessaroven-cli").string());
+  const Result result =
+      Cli({"--folder-only", Lib("A/B"), "--file", first, "--convert"}, (bin / "tessaroven-cli").string());
   unsetenv("TESSAROVEN_FAKE_CONVERTER_RECORD");
   EXPECT_EQ(result.code, 0) << result.err;
 
@@ -156,7 +157,8 @@ TEST_F(CliRunTest, ConvertHandsTheListToTheConverterBesideTheProgram) {
   std::vector<std::u16string> words;
   std::u16string word;
   for (std::size_t i = 0; i + 1 < args.size(); i += 2) {
-    const char16_t unit = static_cast<char16_t>(static_cast<unsigned char>(args[i]) | (static_cast<unsigned char>(args[i + 1]) << 8));
+    const char16_t unit =
+        static_cast<char16_t>(static_cast<unsigned char>(args[i]) | (static_cast<unsigned char>(args[i + 1]) << 8));
     if (unit == 0) {
       words.push_back(word);
       word.clear();
@@ -212,14 +214,14 @@ TEST_P(CliExitCodes, SayWhatWentWrongOnOneLine) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, CliExitCodes,
-    ::testing::Values(ExitCase{"NothingToConvert", {"--folder", "LIB", "--list"}, 1,
-                               "No audio files selected for conversion"},
-                      ExitCase{"NoSuchFolder", {"--folder", "/no/such/folder", "--list"}, 2, "no such folder"},
-                      ExitCase{"FileGivenAsFolder", {"--folder", TESSAROVEN_CLI_PATH, "--list"}, 2, "no such folder"},
-                      ExitCase{"UnknownType", {"--exclude-type", ".xyz", "--list"}, 2, "no decoder reads .xyz"},
-                      ExitCase{"BadOption", {"--lst"}, 2, "unknown option"},
-                      ExitCase{"NoSuchProfile", {"--profile", "Nothing Like It", "--list"}, 2, "no profile named"},
-                      ExitCase{"NothingAsked", {}, 2, "Usage: tessaroven-cli"}),
+    ::testing::Values(
+        ExitCase{"NothingToConvert", {"--folder", "LIB", "--list"}, 1, "No audio files selected for conversion"},
+        ExitCase{"NoSuchFolder", {"--folder", "/no/such/folder", "--list"}, 2, "no such folder"},
+        ExitCase{"FileGivenAsFolder", {"--folder", TESSAROVEN_CLI_PATH, "--list"}, 2, "no such folder"},
+        ExitCase{"UnknownType", {"--exclude-type", ".xyz", "--list"}, 2, "no decoder reads .xyz"},
+        ExitCase{"BadOption", {"--lst"}, 2, "unknown option"},
+        ExitCase{"NoSuchProfile", {"--profile", "Nothing Like It", "--list"}, 2, "no profile named"},
+        ExitCase{"NothingAsked", {}, 2, "Usage: tessaroven-cli"}),
     [](const auto& p) { return std::string(p.param.name); });
 
 }  // namespace

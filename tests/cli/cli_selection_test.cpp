@@ -35,11 +35,21 @@ TEST_P(CliClicks, EndWithTheListsTheWindowWouldHave) {
   for (const Click& click : GetParam().clicks) {
     const std::u16string path = Native(click.path);
     switch (click.what) {
-      case Do::Folder: selection.TickFolder(path, true); break;
-      case Do::FolderOnly: selection.TickFolder(path, false); break;
-      case Do::Exclude: selection.ExcludeFolder(path); break;
-      case Do::File: selection.TickFile(path, true); break;
-      case Do::Unfile: selection.TickFile(path, false); break;
+      case Do::Folder:
+        selection.TickFolder(path, true);
+        break;
+      case Do::FolderOnly:
+        selection.TickFolder(path, false);
+        break;
+      case Do::Exclude:
+        selection.ExcludeFolder(path);
+        break;
+      case Do::File:
+        selection.TickFile(path, true);
+        break;
+      case Do::Unfile:
+        selection.TickFile(path, false);
+        break;
     }
   }
   const SelectionLists& lists = selection.Lists();
@@ -54,26 +64,58 @@ INSTANTIATE_TEST_SUITE_P(
     Cases, CliClicks,
     ::testing::Values(
         ClickCase{"Folder", {{Do::Folder, u"/m/"}}, {u"/m/"}, {}, {}, {}, {}},
-        ClickCase{"SubFolderOfATickedOneIsCovered", {{Do::Folder, u"/m/"}, {Do::Folder, u"/m/a/"}}, {u"/m/"}, {}, {},
-                  {}, {}},
-        ClickCase{"ExcludeInsideATickedFolder", {{Do::Folder, u"/m/"}, {Do::Exclude, u"/m/a/"}}, {u"/m/"}, {},
-                  {u"/m/a/"}, {}, {}},
+        ClickCase{
+            "SubFolderOfATickedOneIsCovered", {{Do::Folder, u"/m/"}, {Do::Folder, u"/m/a/"}}, {u"/m/"}, {}, {}, {}, {}},
+        ClickCase{"ExcludeInsideATickedFolder",
+                  {{Do::Folder, u"/m/"}, {Do::Exclude, u"/m/a/"}},
+                  {u"/m/"},
+                  {},
+                  {u"/m/a/"},
+                  {},
+                  {}},
         ClickCase{"ExcludeOutsideChangesNothing", {{Do::Exclude, u"/m/a/"}}, {}, {}, {}, {}, {}},
-        ClickCase{"FlatInsideRecursive", {{Do::Folder, u"/m/"}, {Do::FolderOnly, u"/m/a/"}}, {u"/m/"}, {u"/m/a/"},
-                  {}, {}, {}},
+        ClickCase{"FlatInsideRecursive",
+                  {{Do::Folder, u"/m/"}, {Do::FolderOnly, u"/m/a/"}},
+                  {u"/m/"},
+                  {u"/m/a/"},
+                  {},
+                  {},
+                  {}},
         ClickCase{"TickingAgainClearsBelow",
                   {{Do::Folder, u"/m/"}, {Do::Exclude, u"/m/a/"}, {Do::Unfile, u"/m/b.mp3"}, {Do::Folder, u"/m/"}},
-                  {u"/m/"}, {}, {}, {}, {}},
+                  {u"/m/"},
+                  {},
+                  {},
+                  {},
+                  {}},
         ClickCase{"ParentClearsWhatLiesBelow",
-                  {{Do::FolderOnly, u"/m/a/"}, {Do::File, u"/m/x/y.mp3"}, {Do::Folder, u"/m/"}}, {u"/m/"}, {}, {}, {},
+                  {{Do::FolderOnly, u"/m/a/"}, {Do::File, u"/m/x/y.mp3"}, {Do::Folder, u"/m/"}},
+                  {u"/m/"},
+                  {},
+                  {},
+                  {},
                   {}},
         ClickCase{"SingleFileOutsideAnyFolder", {{Do::File, u"/m/a.mp3"}}, {}, {}, {}, {u"/m/a.mp3"}, {}},
-        ClickCase{"FileInsideATickedFolderNeedsNothing", {{Do::Folder, u"/m/"}, {Do::File, u"/m/a/b.mp3"}}, {u"/m/"},
-                  {}, {}, {}, {}},
-        ClickCase{"UntickedFileInsideATickedFolder", {{Do::Folder, u"/m/"}, {Do::Unfile, u"/m/a/b.mp3"}}, {u"/m/"},
-                  {}, {}, {}, {u"/m/a/b.mp3"}},
+        ClickCase{"FileInsideATickedFolderNeedsNothing",
+                  {{Do::Folder, u"/m/"}, {Do::File, u"/m/a/b.mp3"}},
+                  {u"/m/"},
+                  {},
+                  {},
+                  {},
+                  {}},
+        ClickCase{"UntickedFileInsideATickedFolder",
+                  {{Do::Folder, u"/m/"}, {Do::Unfile, u"/m/a/b.mp3"}},
+                  {u"/m/"},
+                  {},
+                  {},
+                  {},
+                  {u"/m/a/b.mp3"}},
         ClickCase{"TickedAgainAfterUnticking",
-                  {{Do::Folder, u"/m/"}, {Do::Unfile, u"/m/b.mp3"}, {Do::File, u"/m/b.mp3"}}, {u"/m/"}, {}, {}, {},
+                  {{Do::Folder, u"/m/"}, {Do::Unfile, u"/m/b.mp3"}, {Do::File, u"/m/b.mp3"}},
+                  {u"/m/"},
+                  {},
+                  {},
+                  {},
                   {}}),
     [](const auto& p) { return std::string(p.param.name); });
 

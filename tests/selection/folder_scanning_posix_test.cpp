@@ -48,9 +48,9 @@ TEST_F(PosixScanTest, ALinkLoopEndsAndEachFolderIsWalkedOncePerDescent) {
   Folder("m/");
   Folder("m/a/");
   File("m/a/1.mp3");
-  Link("..", "m/a/up");        // back to m/: a loop
-  Link("../a", "m/a/self");    // to a/ itself
-  Link("a", "m/alias");        // a second way into a/ from m/: walked again, as a user expects
+  Link("..", "m/a/up");      // back to m/: a loop
+  Link("../a", "m/a/self");  // to a/ itself
+  Link("a", "m/alias");      // a second way into a/ from m/: walked again, as a user expects
   EXPECT_EQ(Collect("m/"), (std::vector<std::string>{Os("m/a/1.mp3"), Os("m/alias/1.mp3")}));
 }
 
@@ -68,9 +68,9 @@ TEST_F(PosixScanTest, LinksToFilesCountAsTheFilesAndDanglingLinksAsNothing) {
 
 TEST_F(PosixScanTest, NamesKeepTheirExactBytes) {
   Folder("n/");
-  const std::vector<std::string> names = {"n/caf\xE9.mp3",            // Latin-1, not UTF-8
-                                          "n/line\nbreak.mp3",        // a newline
-                                          "n/back\\slash \"q\".mp3",  // backslash and quotes
+  const std::vector<std::string> names = {"n/caf\xE9.mp3",                         // Latin-1, not UTF-8
+                                          "n/line\nbreak.mp3",                     // a newline
+                                          "n/back\\slash \"q\".mp3",               // backslash and quotes
                                           "n/" + std::string(251, 'x') + ".mp3"};  // 255 bytes
   for (const std::string& name : names) File(name);
   std::vector<std::string> expected;
@@ -109,7 +109,8 @@ TEST_F(PosixScanTest, EnumerationReportsFolderLinksAsFoldersAndDotNamesAsHidden)
   EXPECT_TRUE(entries.Identity().Known());
   std::vector<std::string> seen;
   while (entries.Next()) {
-    seen.push_back(ToOsString(entries.Name()) + (entries.IsFolder() ? "/" : "") + (entries.IsHidden() ? " hidden" : ""));
+    seen.push_back(ToOsString(entries.Name()) + (entries.IsFolder() ? "/" : "") +
+                   (entries.IsHidden() ? " hidden" : ""));
   }
   std::sort(seen.begin(), seen.end());
   EXPECT_EQ(seen, (std::vector<std::string>{".cfg/ hidden", ".h.mp3 hidden", "link/", "real/"}));

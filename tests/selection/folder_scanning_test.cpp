@@ -186,9 +186,9 @@ TEST_F(ScanTest, CollectsRecursiveFoldersThenFlatFoldersThenSingleFiles) {
   lists.lstSingleFiles = {At(u"single/5.mp3"), At(u"single/4.unknown"), At(u"not/on/disk.mp3")};
   lists.lstFoldersNoSub = {At(u"flat/")};
   lists.lstFoldersAndSub = {At(u"r/")};
-  EXPECT_EQ(Collect(lists), (std::vector<std::u16string>{At(u"r/deep/deeper/1.mp3"), At(u"flat/2.flac"),
-                                                         At(u"single/5.mp3"), At(u"single/4.unknown"),
-                                                         At(u"not/on/disk.mp3")}));
+  EXPECT_EQ(Collect(lists),
+            (std::vector<std::u16string>{At(u"r/deep/deeper/1.mp3"), At(u"flat/2.flac"), At(u"single/5.mp3"),
+                                         At(u"single/4.unknown"), At(u"not/on/disk.mp3")}));
 }
 
 TEST_F(ScanTest, AFlatFolderInsideARecursiveOneGivesItsOwnFilesOnce) {

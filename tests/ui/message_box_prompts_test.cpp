@@ -87,7 +87,8 @@ TEST_F(MessageBoxPromptsTest, AWorkersQuestionIsAskedOnTheWindowThread) {
   MessageBoxPrompts prompts;
   AnswerNextBox(QMessageBox::Retry);
   std::atomic<int> answer{0};
-  std::thread worker([&] { answer = prompts.Show(u"Cannot write", u"Tessaroven Batch Converter", kPromptRetryCancel); });
+  std::thread worker(
+      [&] { answer = prompts.Show(u"Cannot write", u"Tessaroven Batch Converter", kPromptRetryCancel); });
   EXPECT_TRUE(test::SpinUntil([&] { return answer.load() != 0; }));
   worker.join();
   EXPECT_EQ(answer.load(), kAnswerRetry);

@@ -7,32 +7,49 @@ constexpr char16_t kEscapeBase = 0xDC00;  // byte b escapes to U+DC00 + b (b >= 
 
 bool IsContinuation(unsigned char b) { return (b & 0xC0) == 0x80; }
 
-void AppendCodePoint(std::u16string& out, char32_t cp) {
+// Writes at `at` and returns the position after the code point.
+char16_t* PutCodePoint(char16_t* at, char32_t cp) {
   if (cp < 0x10000) {
-    out.push_back(static_cast<char16_t>(cp));
+    *at++ = static_cast<char16_t>(cp);
   } else {
     cp -= 0x10000;
-    out.push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
-    out.push_back(static_cast<char16_t>(0xDC00 + (cp & 0x3FF)));
+    *at++ = static_cast<char16_t>(0xD800 + (cp >> 10));
+    *at++ = static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
   }
+  return at;
 }
 
-void AppendUtf8(std::string& out, char32_t cp) {
+char* PutUtf8(char* at, char32_t cp) {
   if (cp < 0x80) {
-    out.push_back(static_cast<char>(cp));
+    *at++ = static_cast<char>(cp);
   } else if (cp < 0x800) {
-    out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    *at++ = static_cast<char>(0xC0 | (cp >> 6));
+    *at++ = static_cast<char>(0x80 | (cp & 0x3F));
   } else if (cp < 0x10000) {
-    out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    *at++ = static_cast<char>(0xE0 | (cp >> 12));
+    *at++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+    *at++ = static_cast<char>(0x80 | (cp & 0x3F));
   } else {
-    out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    *at++ = static_cast<char>(0xF0 | (cp >> 18));
+    *at++ = static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+    *at++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+    *at++ = static_cast<char>(0x80 | (cp & 0x3F));
   }
+  return at;
+}
+
+bool IsHighSurrogate(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
+bool IsLowSurrogate(char16_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
+bool IsEscapedByte(char16_t c) { return c >= kEscapeBase + 0x80 && c <= kEscapeBase + 0xFF; }
+
+// What one UTF-16 unit (or pair, starting at `i`) becomes in bytes; the two passes
+// of the encoder below must agree on it.
+std::size_t Utf8Size(std::u16string_view text, std::size_t i) {
+  const char16_t c = text[i];
+  if (c < 0x80 || IsEscapedByte(c)) return 1;
+  if (c < 0x800) return 2;
+  if (IsHighSurrogate(c) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) return 4;
+  return 3;
 }
 
 // Length of the valid UTF-8 sequence at `i`, or 0 when the byte there must be
@@ -53,14 +70,14 @@ std::size_t ValidSequenceLength(std::string_view s, std::size_t i, char32_t& cp)
   }
   if (b0 >= 0xE0 && b0 <= 0xEF) {
     if (left < 3 || !IsContinuation(at(1)) || !IsContinuation(at(2))) return 0;
-    if (b0 == 0xE0 && at(1) < 0xA0) return 0;  // overlong
+    if (b0 == 0xE0 && at(1) < 0xA0) return 0;   // overlong
     if (b0 == 0xED && at(1) >= 0xA0) return 0;  // encoded surrogate
     cp = ((b0 & 0x0Fu) << 12) | ((at(1) & 0x3Fu) << 6) | (at(2) & 0x3Fu);
     return 3;
   }
   if (b0 >= 0xF0 && b0 <= 0xF4) {
     if (left < 4 || !IsContinuation(at(1)) || !IsContinuation(at(2)) || !IsContinuation(at(3))) return 0;
-    if (b0 == 0xF0 && at(1) < 0x90) return 0;  // overlong
+    if (b0 == 0xF0 && at(1) < 0x90) return 0;   // overlong
     if (b0 == 0xF4 && at(1) >= 0x90) return 0;  // above U+10FFFF
     cp = ((b0 & 0x07u) << 18) | ((at(1) & 0x3Fu) << 12) | ((at(2) & 0x3Fu) << 6) | (at(3) & 0x3Fu);
     return 4;
@@ -71,36 +88,65 @@ std::size_t ValidSequenceLength(std::string_view s, std::size_t i, char32_t& cp)
 }  // namespace
 
 std::u16string Utf8ToUtf16(std::string_view bytes) {
-  std::u16string out;
-  out.reserve(bytes.size());
+  // No sequence yields more UTF-16 units than it has bytes, so one allocation of the
+  // byte count is enough; file names are mostly ASCII, which is then exact.
+  std::u16string out(bytes.size(), u'\0');
+  char16_t* at = out.data();
   for (std::size_t i = 0; i < bytes.size();) {
+    const auto b = static_cast<unsigned char>(bytes[i]);
+    if (b < 0x80) {
+      *at++ = b;
+      ++i;
+      continue;
+    }
     char32_t cp = 0;
     const std::size_t n = ValidSequenceLength(bytes, i, cp);
     if (n == 0) {
-      out.push_back(static_cast<char16_t>(kEscapeBase + static_cast<unsigned char>(bytes[i])));
+      *at++ = static_cast<char16_t>(kEscapeBase + b);
       ++i;
     } else {
-      AppendCodePoint(out, cp);
+      at = PutCodePoint(at, cp);
       i += n;
     }
   }
+  out.resize(static_cast<std::size_t>(at - out.data()));
   return out;
+}
+
+void AppendUtf8(std::string& out, std::u16string_view text) {
+  // Paths are mostly ASCII: the leading ASCII run is sized by one scan and copied by
+  // a loop the compiler vectorises; the rest is sized exactly before it is encoded.
+  std::size_t ascii = 0;
+  while (ascii < text.size() && text[ascii] < 0x80) ++ascii;
+  std::size_t size = ascii;
+  for (std::size_t i = ascii; i < text.size();) {
+    const std::size_t n = Utf8Size(text, i);
+    size += n;
+    i += n == 4 ? 2 : 1;
+  }
+  const std::size_t from = out.size();
+  out.resize(from + size);
+  char* at = out.data() + from;
+  for (std::size_t i = 0; i < ascii; ++i) at[i] = static_cast<char>(text[i]);
+  at += ascii;
+  for (std::size_t i = ascii; i < text.size(); ++i) {
+    const char16_t c = text[i];
+    if (c < 0x80) {
+      *at++ = static_cast<char>(c);
+    } else if (IsEscapedByte(c)) {
+      *at++ = static_cast<char>(c - kEscapeBase);
+    } else if (Utf8Size(text, i) == 4) {
+      at = PutUtf8(at, 0x10000 + ((char32_t(c) - 0xD800) << 10) + (char32_t(text[i + 1]) - 0xDC00));
+      ++i;
+    } else {
+      at = PutUtf8(at, c);
+    }
+  }
 }
 
 std::string Utf16ToUtf8(std::u16string_view text) {
   std::string out;
-  out.reserve(text.size() + text.size() / 2);
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char16_t c = text[i];
-    if (c >= 0xD800 && c <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
-      AppendUtf8(out, 0x10000 + ((char32_t(c) - 0xD800) << 10) + (char32_t(text[i + 1]) - 0xDC00));
-      ++i;
-    } else if (c >= kEscapeBase + 0x80 && c <= kEscapeBase + 0xFF) {
-      out.push_back(static_cast<char>(c - kEscapeBase));
-    } else {
-      AppendUtf8(out, c);
-    }
-  }
+  AppendUtf8(out, text);
   return out;
 }
 

@@ -21,6 +21,8 @@ std::u16string Utf8ToUtf16(std::string_view bytes);
 // Encodes UTF-8; U+DC80..U+DCFF turn back into their byte. Any other lone surrogate
 // cannot come from a Linux file name and is written as its 3-byte form (WTF-8).
 std::string Utf16ToUtf8(std::u16string_view text);
+// The same, appended to `out` (for building large outputs without temporaries).
+void AppendUtf8(std::string& out, std::u16string_view text);
 
 // Text as the operating system's file and process calls take it: UTF-8 bytes on
 // Linux, wchar_t (UTF-16) on Windows.

@@ -2,18 +2,18 @@
 
 #include <cstdio>
 
-#include "base/platform.h"
 #include "base/text.h"
 
 namespace tessaroven::cli {
 
+// UTF-8 on both systems: on Linux the escapes of non-UTF-8 bytes turn back into the
+// bytes themselves, which is what the file system holds.
+void AppendOutputText(std::string& out, std::u16string_view text) { AppendUtf8(out, text); }
+
 std::string OutputText(std::u16string_view text) {
-  if constexpr (kIsWindows) {
-    return Utf16ToUtf8(text);
-  } else {
-    const OsString bytes = ToOsString(text);
-    return std::string(bytes.begin(), bytes.end());
-  }
+  std::string out;
+  AppendOutputText(out, text);
+  return out;
 }
 
 std::string TabLine(const std::vector<std::u16string>& values) {

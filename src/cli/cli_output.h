@@ -16,6 +16,7 @@ namespace tessaroven::cli {
 
 // The text as the terminal and the file system spell it (bytes on Linux).
 std::string OutputText(std::u16string_view text);
+void AppendOutputText(std::string& out, std::u16string_view text);
 
 // One line of the tab form (no line break).
 std::string TabLine(const std::vector<std::u16string>& values);

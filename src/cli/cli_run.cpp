@@ -274,8 +274,19 @@ int Run::Execute(const Options& options) {
       return kExitNothingToConvert;
     }
     if (columns.empty() && !options.json) {
+      // Written in pieces so a long list starts reaching a pipe at once and never
+      // exists twice in memory.
+      constexpr std::size_t kPiece = 64 * 1024;
       std::string out;
-      for (const std::u16string& file : files) out += OutputText(file) + "\n";
+      out.reserve(kPiece + 1024);
+      for (const std::u16string& file : files) {
+        AppendOutputText(out, file);
+        out.push_back('\n');
+        if (out.size() >= kPiece) {
+          WriteOut(out);
+          out.clear();
+        }
+      }
       WriteOut(out);
     } else {
       std::vector<FileEntry> entries;

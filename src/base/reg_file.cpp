@@ -427,14 +427,22 @@ bool RegFile::HasKey(std::u16string_view keyPath) const {
   return key && existing_.contains(*key);
 }
 
-const RegValue* RegFile::Find(std::u16string_view keyPath, std::u16string_view name) const {
+const RegFile::KeyIndex* RegFile::FindKey(std::u16string_view keyPath) const {
   const auto key = NormalKeyPath(keyPath);
   if (!key) return nullptr;
   const auto index = keys_.find(*key);
-  if (index == keys_.end()) return nullptr;
-  const auto found = index->second.values.find(name);
-  if (found == index->second.values.end()) return nullptr;
+  return index == keys_.end() ? nullptr : &index->second;
+}
+
+const RegValue* RegFile::Find(const KeyIndex* key, std::u16string_view name) const {
+  if (key == nullptr) return nullptr;
+  const auto found = key->values.find(name);
+  if (found == key->values.end()) return nullptr;
   return &sections_[found->second.section].lines[found->second.line].value;
+}
+
+const RegValue* RegFile::Find(std::u16string_view keyPath, std::u16string_view name) const {
+  return Find(FindKey(keyPath), name);
 }
 
 void RegFile::EndWithBlankLine() {

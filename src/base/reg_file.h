@@ -56,6 +56,12 @@ class RegFile {
   // valid until the document changes.
   const RegValue* Find(std::u16string_view keyPath, std::u16string_view name) const;
 
+  // A key looked up once for several reads: the values of its sections, or null when
+  // it has none (or does not exist). Valid until the document changes.
+  struct KeyIndex;  // defined below, with the private types it is made of
+  const KeyIndex* FindKey(std::u16string_view keyPath) const;
+  const RegValue* Find(const KeyIndex* key, std::u16string_view name) const;
+
   // Appends an empty section for the key unless the key exists; true when it added one.
   bool AddKey(std::u16string_view keyPath);
 
@@ -109,11 +115,13 @@ class RegFile {
   template <typename Value>
   using FoldedMap = std::unordered_map<std::u16string, Value, FoldedHash, FoldedEqual>;
 
+ public:
   struct KeyIndex {
     std::vector<std::size_t> sections;
     FoldedMap<Location> values;  // by name; the last occurrence
   };
 
+ private:
   void IndexSection(std::size_t section);
   void EndWithBlankLine();
   std::size_t AppendSection(std::u16string_view keyPath);

@@ -24,11 +24,14 @@
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <bit>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -42,9 +45,10 @@
 namespace tessaroven::settings_platform {
 
 struct KeyState {
-  std::shared_ptr<const RegFile> file;  // the file as it was when the key was opened (for queries)
-  std::u16string keyPath;               // with its root, as the file names it
-  bool createOnClose = false;           // a key opened only to write, into which nothing was written
+  std::shared_ptr<const RegFile> file;        // the file as it was when the key was opened (for queries)
+  std::u16string keyPath;                     // with its root, as the file names it
+  bool createOnClose = false;                 // a key opened only to write, into which nothing was written
+  const RegFile::KeyIndex* values = nullptr;  // the key's values in `file`
 };
 
 namespace {
@@ -164,25 +168,31 @@ class SettingsFile {
     return *file;
   }
 
-  std::shared_ptr<const RegFile> OpenKey(const std::u16string& keyPath) {
-    if (!RegFile::IsValidKeyPath(keyPath)) return nullptr;
+  struct OpenedKey {
+    std::shared_ptr<const RegFile> file;  // null on failure
+    const RegFile::KeyIndex* values = nullptr;
+  };
+
+  OpenedKey OpenKey(const std::u16string& keyPath) {
     std::lock_guard guard(mutex_);
-    if (!Prepare()) return nullptr;
-    if (file_ && file_->HasKey(keyPath) && CacheIsCurrent()) return file_;
+    if (!Prepare()) return {};
+    const KnownKey& known = Know(keyPath);
+    if (!known.valid) return {};
+    if (known.exists && CacheIsCurrent()) return {file_, known.values};
     {
       FileLock shared = Lock(LOCK_SH);
-      if (!shared || !Load()) return nullptr;
-      if (file_ && file_->HasKey(keyPath)) return file_;
+      if (!shared || !Load()) return {};
+      if (const KnownKey& loaded = Know(keyPath); loaded.exists) return {file_, loaded.values};
     }
     // The key is new: create it, once, under the exclusive lock (another process may
     // have done so in between).
     FileLock exclusive = Lock(LOCK_EX);
-    if (!exclusive || !Load()) return nullptr;
-    if (file_ && file_->HasKey(keyPath)) return file_;
-    if (!ReplaceBadFile()) return nullptr;
+    if (!exclusive || !Load()) return {};
+    if (const KnownKey& loaded = Know(keyPath); loaded.exists) return {file_, loaded.values};
+    if (!ReplaceBadFile()) return {};
     Editable().AddKey(keyPath);
-    if (!Write()) return nullptr;
-    return file_;
+    if (!Write()) return {};
+    return {file_, Know(keyPath).values};
   }
 
   // Stores a value; with `value` null, only makes sure the key exists.
@@ -221,11 +231,38 @@ class SettingsFile {
     bool done = false;  // under queueMutex_
   };
 
-  bool IsStored(const PendingWrite& write) const {
-    if (!file_) return false;
-    if (!write.value) return file_->HasKey(write.keyPath);
-    const RegValue* stored = file_->Find(write.keyPath, write.name);
+  bool IsStored(const PendingWrite& write) {
+    const KnownKey& key = Know(write.keyPath);
+    if (!write.value) return key.exists;
+    const RegValue* stored = file_ ? file_->Find(key.values, write.name) : nullptr;
     return stored != nullptr && *stored == *write.value;
+  }
+
+  // What file_ says of a key path, remembered for the few paths the program uses over
+  // and over (the decoder cache, "Ref"): checking and hashing a long path costs more
+  // than the rest of a read from the parsed copy. Under mutex_.
+  struct KnownKey {
+    std::uint64_t version = 0;  // documentVersion_ when looked up
+    std::u16string keyPath;
+    bool valid = false;  // a path the file format can carry
+    bool exists = false;
+    const RegFile::KeyIndex* values = nullptr;
+  };
+
+  // The reference stays good until the next call.
+  const KnownKey& Know(std::u16string_view keyPath) {
+    for (const KnownKey& known : known_) {
+      if (known.version == documentVersion_ && known.keyPath.size() == keyPath.size() &&
+          std::memcmp(known.keyPath.data(), keyPath.data(), keyPath.size() * sizeof(char16_t)) == 0)
+        return known;
+    }
+    KnownKey& known = known_[nextKnown_++ % known_.size()];
+    known.version = documentVersion_;
+    known.keyPath = keyPath;
+    known.valid = RegFile::IsValidKeyPath(keyPath);
+    known.exists = known.valid && file_ && file_->HasKey(keyPath);
+    known.values = known.exists ? file_->FindKey(keyPath) : nullptr;
+    return known;
   }
 
   // Under mutex_: stores the values and sets each one's result.
@@ -292,14 +329,19 @@ class SettingsFile {
   bool OpenLock() {
     if (!MakeFolders(folder_)) return false;
     lockFd_ = Retrying([&] { return open((folder_ + "/user.reg.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600); });
-    return lockFd_ >= 0;
+    if (lockFd_ < 0) return false;
+    MapGeneration();
+    return true;
   }
 
   void CloseLock() {
+    if (generationMap_ != nullptr) munmap(const_cast<void*>(generationMap_), kGenerationBytes);
+    generationMap_ = nullptr;
     if (lockFd_ >= 0) close(lockFd_);
     lockFd_ = -1;
     cacheValid_ = false;
     file_.reset();
+    ++documentVersion_;
   }
 
   // Takes the inter-process lock. When the lock file has been deleted under us (the
@@ -321,7 +363,27 @@ class SettingsFile {
 
   const std::string& FilePath() const { return filePath_; }
 
+  // The generation is read for every cached read, so the lock file's first bytes are
+  // mapped and read with a plain load instead of a pread() each time (as SQLite reads
+  // its shared-memory file). The file is made at least that long first: a mapped page
+  // wholly past the end of the file would fault. Without a mapping, pread() it is.
+  void MapGeneration() {
+    struct stat st {};
+    if (fstat(lockFd_, &st) != 0) return;
+    if (st.st_size < static_cast<off_t>(kGenerationBytes) && ftruncate(lockFd_, kGenerationBytes) != 0) return;
+    void* map = mmap(nullptr, kGenerationBytes, PROT_READ, MAP_SHARED, lockFd_, 0);
+    if (map != MAP_FAILED) generationMap_ = map;
+  }
+
   std::uint64_t ReadGeneration() const {
+    if (generationMap_ != nullptr) {
+      // A load that races a writer's pwrite() may see a mix of old and new bytes;
+      // such a mix never equals the generation held, so it only sends the read down
+      // the locked path.
+      std::uint64_t generation = __atomic_load_n(static_cast<const std::uint64_t*>(generationMap_), __ATOMIC_ACQUIRE);
+      if constexpr (std::endian::native == std::endian::big) generation = __builtin_bswap64(generation);
+      return generation;
+    }
     unsigned char bytes[kGenerationBytes] = {};
     if (Retrying([&] { return pread(lockFd_, bytes, sizeof bytes, 0); }) != static_cast<ssize_t>(sizeof bytes))
       return 0;
@@ -339,16 +401,16 @@ class SettingsFile {
   // Whether the parsed copy is still the file on disk, asked without the file lock:
   // the decoder reads a value for every file it opens, and two flock() calls would
   // cost more than the rest of the read. A writer renames its file into place first
-  // and bumps the generation after, so a reader that sees the same generation before
-  // and after its stat, and the same identity in between, looked at the file it
-  // parsed: a write that slipped in has either not renamed yet (the old file is still
-  // current) or renamed and then changed the identity or, for a second write that got
-  // the old inode back, already bumped the generation once.
+  // and bumps the generation after, and a write counts as done once it has bumped.
+  // So a read that starts after a write is done sees the new generation and reloads;
+  // a read that sees the old one overlaps every write it misses, and the old values
+  // are as right for it as the new ones (even if a second write got the old inode
+  // back with the same size and times). The stat catches hand edits, which do not
+  // know about the counter.
   bool CacheIsCurrent() const {
     if (!cacheValid_ || ReadGeneration() != generation_) return false;
     struct stat st {};
-    if (stat(FilePath().c_str(), &st) != 0) return false;
-    return FileIdentity::Of(st) == identity_ && ReadGeneration() == generation_;
+    return stat(FilePath().c_str(), &st) == 0 && FileIdentity::Of(st) == identity_;
   }
 
   // Under the lock: makes file_ the file as it is on disk (null when it cannot be
@@ -385,6 +447,7 @@ class SettingsFile {
     } else {
       file_.reset();
     }
+    ++documentVersion_;
     generation_ = generation;
     identity_ = identity;
     cacheValid_ = true;
@@ -418,6 +481,7 @@ class SettingsFile {
       break;
     }
     file_ = std::make_shared<RegFile>();
+    ++documentVersion_;
     return true;
   }
 
@@ -431,6 +495,7 @@ class SettingsFile {
       std::atomic_thread_fence(std::memory_order_acquire);
     }
     cacheValid_ = false;  // until Write() has put the edit on disk
+    ++documentVersion_;   // the caller is about to change it
     return *file_;
   }
 
@@ -470,10 +535,14 @@ class SettingsFile {
   std::string folder_;
   std::string filePath_;
   int lockFd_ = -1;
+  const void* generationMap_ = nullptr;  // the lock file's first kGenerationBytes, when mapped
   bool cacheValid_ = false;
   std::uint64_t generation_ = 0;
   FileIdentity identity_;
-  std::shared_ptr<RegFile> file_;  // null: the file on disk cannot be parsed
+  std::shared_ptr<RegFile> file_;      // null: the file on disk cannot be parsed
+  std::uint64_t documentVersion_ = 1;  // changes with every change of file_ (or of its content)
+  std::array<KnownKey, 4> known_;
+  std::size_t nextKnown_ = 0;
 };
 
 std::u16string_view RootName(SettingsRoot root) {
@@ -500,26 +569,26 @@ std::unique_ptr<SettingsKey::Impl> CreateKey(SettingsRoot root, std::u16string_v
   std::u16string fullPath(RootName(root));
   fullPath.push_back(u'\\');
   fullPath.append(keyPath);
-  if (!RegFile::IsValidKeyPath(fullPath)) return nullptr;
   auto impl = std::make_unique<SettingsKey::Impl>();
   impl->access = access;
   if ((access & kKeyQueryValue) == 0) {
+    if (!RegFile::IsValidKeyPath(fullPath)) return nullptr;
     // A key opened only to write is created with its first value, in the same
     // rewrite of the file, or else when it is closed: the file is read and written
     // once per value, not twice.
     impl->state = new KeyState{nullptr, std::move(fullPath), true};
     return impl;
   }
-  auto file = SettingsFile::Instance().OpenKey(fullPath);
-  if (!file) return nullptr;
-  impl->state = new KeyState{std::move(file), std::move(fullPath), false};
+  auto opened = SettingsFile::Instance().OpenKey(fullPath);
+  if (!opened.file) return nullptr;
+  impl->state = new KeyState{std::move(opened.file), std::move(fullPath), false, opened.values};
   return impl;
 }
 
 bool QueryValue(const SettingsKey::Impl& key, std::u16string_view name, std::uint32_t* type, std::uint8_t* data,
                 std::uint32_t* size) {
   if ((key.access & kKeyQueryValue) == 0) return false;
-  const RegValue* value = key.state->file->Find(key.state->keyPath, name);
+  const RegValue* value = key.state->file->Find(key.state->values, name);
   if (value == nullptr) return false;
   const auto needed = static_cast<std::uint32_t>(value->data.size());
   *type = value->type;

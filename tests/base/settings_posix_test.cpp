@@ -207,6 +207,17 @@ TEST_F(SettingsFileTest, HandEditsAreNoticed) {
   EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 0u);
 }
 
+// The generation is read through a mapping of the lock file; a mapped page past the
+// end of an empty file would fault on the first cached read.
+TEST_F(SettingsFileTest, AnEmptyLockFileLeftBehindIsExtendedBeforeItIsMapped) {
+  ASSERT_TRUE(std::filesystem::create_directories(Utf8(Folder())));
+  ASSERT_TRUE(test::WriteBytes(Folder() + u"user.reg.lock", ""));
+  ASSERT_TRUE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, kKey));
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 1u);
+  EXPECT_GE(test::ReadBytes(Folder() + u"user.reg.lock").size(), 8u);
+  EXPECT_EQ(Generation(), 1u);
+}
+
 TEST_F(SettingsFileTest, FolderRemovedWhileRunningIsMadeAgain) {
   ASSERT_TRUE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, kKey));
   std::filesystem::remove_all(Utf8(Folder()));

@@ -180,10 +180,6 @@ int AsciiFoldCompare(std::u16string_view a, std::u16string_view b) {
   return a.size() < b.size() ? -1 : 1;
 }
 
-bool AsciiFoldEquals(std::u16string_view a, std::u16string_view b) {
-  return a.size() == b.size() && AsciiFoldCompare(a, b) == 0;
-}
-
 std::u16string Join(const std::vector<std::u16string>& items, std::u16string_view separator) {
   std::u16string out;
   for (std::size_t i = 0; i < items.size(); ++i) {

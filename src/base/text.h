@@ -45,7 +45,15 @@ constexpr char16_t AsciiFoldChar(char16_t c) {
 std::u16string AsciiFold(std::u16string_view text);
 // Three-way comparison under the fold: negative, 0 or positive.
 int AsciiFoldCompare(std::u16string_view a, std::u16string_view b);
-bool AsciiFoldEquals(std::u16string_view a, std::u16string_view b);
+// Inline: tag and key look-ups call it for every entry they pass, and most calls end
+// at the length.
+constexpr bool AsciiFoldEquals(std::u16string_view a, std::u16string_view b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (a[i] != b[i] && AsciiFoldChar(a[i]) != AsciiFoldChar(b[i])) return false;
+  }
+  return true;
+}
 
 // The UTF-16LE bytes of `text`, the form of every text the program writes to a file
 // or the settings; with `withNul` followed by a zero unit (REG_SZ data, profiles).

@@ -16,7 +16,10 @@ constexpr std::size_t kFormatOffset = offsetof(TsvOpenRecord, format);
 constexpr std::size_t kExtraOffset = kFormatOffset + sizeof(TsvWaveFormatEx);
 
 bool ContainsFolded(std::u16string_view text, std::u16string_view word) {
-  return AsciiFold(text).find(AsciiFold(word)) != std::u16string::npos;
+  for (std::size_t at = 0; at + word.size() <= text.size(); ++at) {
+    if (AsciiFoldEquals(text.substr(at, word.size()), word)) return true;
+  }
+  return false;
 }
 
 // Track and disc numbers as two digits at least, so text order is number order.
@@ -106,13 +109,31 @@ FileInfo PresentFileInfo(RawFileInfo raw, std::u16string_view file, std::uint32_
   info.tags = std::move(raw.tags1);
   MergeTags(info.tags, raw.tags2);
   TagList& tags = info.tags;
-  // Room for the columns set below, so the list grows once, not column by column.
-  tags.reserve(tags.size() + kPresentedColumns);
 
+  // Everything read from the plug-in's tags is read here, before the list changes
+  // (the views below point into it).
   info.lengthMs = info.properties.length_ms;
   info.bitRate = info.properties.bit_rate;
-  info.rating = LeadingNumber(TagValue(tags, u"Rating"));
+  info.rating = LeadingNumber(TagValueView(tags, u"Rating"));
+  const std::u16string_view quality = TagValueView(tags, u"audio quality");
+  const bool lossless = ContainsFolded(quality, u"lOssless") || ContainsFolded(quality, u"pErfect") ||
+                        AsciiFoldEquals(ExtensionOf(file), u".waV");
+  std::u16string_view artist = TagValueView(tags, u"Album Artist");
+  if (artist.empty()) artist = TagValueView(tags, u"Artist");
+  const std::u16string_view album = TagValueView(tags, u"Album");
+  const std::u16string track = TwoDigitNumber(TagValueView(tags, u"Track"));
+  const std::u16string disc = TwoDigitNumber(TagValueView(tags, u"Disc"));
+  const bool compilation = LeadingNumber(TagValueView(tags, u"Compilation")) != 0;
+  std::u16string byArtist(artist);
+  AppendPart(byArtist, album);
+  AppendPart(byArtist, disc);
+  AppendPart(byArtist, track);
+  std::u16string byAlbum(album);
+  AppendPart(byAlbum, disc);
+  AppendPart(byAlbum, track);
 
+  // Room for the columns set below, so the list grows once, not column by column.
+  tags.reserve(tags.size() + kPresentedColumns);
   RemoveTag(tags, u"Length");
   SetTag(tags, u"Length", FormatDuration(info.lengthMs, DurationStyle::kWords));
   SetTag(tags, u"Channels", FormatInteger(wave.channels));
@@ -125,9 +146,6 @@ FileInfo PresentFileInfo(RawFileInfo raw, std::u16string_view file, std::uint32_
     SetTag(tags, u"Sample Rate", LocaliseNumber(FormatDecimal(wave.samples_per_sec / 1000.0, 1)) + u" kHz");
   }
 
-  const std::u16string quality = TagValue(tags, u"audio quality");
-  const bool lossless = ContainsFolded(quality, u"lOssless") || ContainsFolded(quality, u"pErfect") ||
-                        AsciiFoldEquals(ExtensionOf(file), u".waV");
   if (lossless) {
     std::u16string size;
     if (!dsdType.empty())
@@ -145,26 +163,12 @@ FileInfo PresentFileInfo(RawFileInfo raw, std::u16string_view file, std::uint32_
   const std::u16string compression = CompressionText(info);
   if (!compression.empty()) SetTag(tags, u"Compression", compression);
 
-  std::u16string artist = TagValue(tags, u"Album Artist");
-  if (artist.empty()) artist = TagValue(tags, u"Artist");
-  const std::u16string album = TagValue(tags, u"Album");
-  const std::u16string track = TwoDigitNumber(TagValue(tags, u"Track"));
-  const std::u16string disc = TwoDigitNumber(TagValue(tags, u"Disc"));
   if (!track.empty()) {
     RemoveTag(tags, u"Track");
     SetTag(tags, u"Track", track);
   }
-
-  SetTag(tags, u"Compilation", LeadingNumber(TagValue(tags, u"Compilation")) != 0 ? u"Yes" : u"No");
-
-  std::u16string byArtist = artist;
-  AppendPart(byArtist, album);
-  AppendPart(byArtist, disc);
-  AppendPart(byArtist, track);
+  SetTag(tags, u"Compilation", compilation ? u"Yes" : u"No");
   SetTag(tags, u"Album Artist - Album - Disc - Track", byArtist);
-  std::u16string byAlbum = album;
-  AppendPart(byAlbum, disc);
-  AppendPart(byAlbum, track);
   SetTag(tags, u"Album - Disc - Track", byAlbum);
 
   // Kept as the plug-in wrote it; only an existing value is written back.

@@ -71,11 +71,15 @@ void MergeTags(TagList& first, const TagList& second) {
   }
 }
 
-std::u16string TagValue(const TagList& tags, std::u16string_view name) {
+std::u16string_view TagValueView(const TagList& tags, std::u16string_view name) {
   for (const Tag& t : tags) {
     if (AsciiFoldEquals(t.name, name)) return t.value;
   }
   return {};
+}
+
+std::u16string TagValue(const TagList& tags, std::u16string_view name) {
+  return std::u16string(TagValueView(tags, name));
 }
 
 void SetTag(TagList& tags, std::u16string_view name, std::u16string_view value) {

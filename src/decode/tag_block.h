@@ -30,6 +30,8 @@ void MergeTags(TagList& first, const TagList& second);
 // Tag names compare with the ASCII fold. The value of the first tag of that name, or
 // empty.
 std::u16string TagValue(const TagList& tags, std::u16string_view name);
+// The same without a copy; valid until the list changes.
+std::u16string_view TagValueView(const TagList& tags, std::u16string_view name);
 bool HasTag(const TagList& tags, std::u16string_view name);
 // Sets the first tag of that name (its binary data dropped), or appends one.
 void SetTag(TagList& tags, std::u16string_view name, std::u16string_view value);

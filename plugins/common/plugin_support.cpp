@@ -128,6 +128,8 @@ bool IsRegularFile(const std::string& nativePath, std::int64_t* size) {
 
 void TagBlock::Add(std::u16string_view name, std::u16string_view value) {
   if (value.empty()) return;
+  // Room for a well-tagged file at once, instead of growing through 1, 2, 4, 8, ...
+  if (tags_.empty()) tags_.reserve(32);
   tags_.emplace_back(std::u16string(name), std::u16string(value));
 }
 
@@ -259,11 +261,16 @@ std::u16string QualityLabel(const AudioShape& shape) {
   }
   const int bits = shape.bitsPerSample;
   const int rate = shape.sampleRate;
-  if (shape.floatingPoint || rate > 48000 || bits > 24) label = u"High Resolution Lossless (";
-  else if (bits == 16 && rate == 44100) label = u"CD Lossless (";
-  else if (bits == 16 && (rate == 48000 || rate == 32000)) label = u"DAT Lossless (";
-  else if (bits > 16 && (rate == 44100 || rate == 48000)) label = u"DVD Lossless (";
-  else label = u"Lossless (";
+  if (shape.floatingPoint || rate > 48000 || bits > 24)
+    label = u"High Resolution Lossless (";
+  else if (bits == 16 && rate == 44100)
+    label = u"CD Lossless (";
+  else if (bits == 16 && (rate == 48000 || rate == 32000))
+    label = u"DAT Lossless (";
+  else if (bits > 16 && (rate == 44100 || rate == 48000))
+    label = u"DVD Lossless (";
+  else
+    label = u"Lossless (";
   label += Decimal(bits);
   label += shape.floatingPoint ? u" bit float / " : u" bit / ";
   label += KiloHertzText(rate);
@@ -288,9 +295,9 @@ void Publish(InstanceBase& instance, const OpenResult& result, TsvOpenRecord* re
   record->properties.length_ms = std::max<std::int64_t>(result.lengthMs, 0);
   record->properties.compressed_size = std::max<std::int64_t>(result.compressedSize, 0);
   if (instance.tags.Count() > 0) {
-    instance.published = instance.tags.Bytes();
-    record->tags1 = instance.published.data();
-    record->tags1_length = static_cast<std::int32_t>(instance.published.size());
+    const std::vector<std::uint8_t>& bytes = instance.tags.Bytes();
+    record->tags1 = bytes.data();
+    record->tags1_length = static_cast<std::int32_t>(bytes.size());
   } else {
     record->tags1 = nullptr;
     record->tags1_length = 0;

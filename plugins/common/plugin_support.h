@@ -90,8 +90,7 @@ struct OpenResult {
 // State of one instance: owns every block and text handed out until Destroy.
 struct InstanceBase {
   bool opened = false;
-  TagBlock tags;
-  std::vector<std::uint8_t> published;  // the bytes the record points at
+  TagBlock tags;  // its bytes are what the record's tag block points at
 };
 
 // Writes result and the instance's tags into the record; the tag bytes are kept by
@@ -113,7 +112,7 @@ struct PluginDescription {
   const DecodeRow* rows;  // the "Decodes" list
   std::size_t rowCount;
   const char16_t* propertyElements;  // "\r"-separated
-  void (*prepare)();  // on every Create: quiets the library's own logging
+  void (*prepare)();                 // on every Create: quiets the library's own logging
   // Fills the record for the instance's one file; may throw (the export catches).
   bool (*open)(InstanceBase& instance, TsvOpenRecord* record);
 };

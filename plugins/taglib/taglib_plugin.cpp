@@ -19,7 +19,6 @@
 #include <taglib/mpcfile.h>
 #include <taglib/mpegfile.h>
 #include <taglib/oggflacfile.h>
-#include <taglib/oggpageheader.h>
 #include <taglib/opusfile.h>
 #include <taglib/speexfile.h>
 #include <taglib/tdebuglistener.h>
@@ -163,6 +162,46 @@ std::int64_t Id3v2Size(TagLib::ID3v2::Tag* tag) { return tag && tag->header() ? 
 
 std::int64_t ApeSize(TagLib::APE::Tag* tag) { return tag && tag->footer() ? tag->footer()->completeTagSize() : 0; }
 
+// The granule position in the last Ogg page header found in `bytes`, or -1.
+long long LastGranuleIn(const TagLib::ByteVector& bytes) {
+  constexpr long kHeaderBytes = 27;
+  const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
+  // Backwards over the candidate starts; a byte that cannot begin "OggS" lets the
+  // search skip to the last start that could still cover it.
+  for (long at = static_cast<long>(bytes.size()) - kHeaderBytes; at >= 0;) {
+    const unsigned char c = data[at];
+    if (c != 'O') {
+      at -= c == 'g' ? 1 : c == 'S' ? 3 : 4;
+      continue;
+    }
+    // "OggS" and stream structure version 0.
+    if (data[at + 1] == 'g' && data[at + 2] == 'g' && data[at + 3] == 'S' && data[at + 4] == 0) {
+      unsigned long long position = 0;
+      for (int i = 7; i >= 0; --i) position = (position << 8) | data[at + 6 + i];
+      return static_cast<long long>(position);
+    }
+    --at;
+  }
+  return -1;
+}
+
+// The granule position of the last Ogg page, or -1. TagLib's own search for that
+// page reads the file backwards a kilobyte at a time and cost more than the rest of
+// reading such a file. The last page mostly starts within a few kilobytes of the end
+// and always within 27 + 255 + 255 x 255 bytes (the largest page), so at most two
+// reads of the tail find it.
+long long LastGranulePosition(TagLib::File& file) {
+  constexpr long kMaxPageBytes = 27 + 255 + 255 * 255;
+  const long size = file.length();
+  for (const long tail : {4096L, kMaxPageBytes}) {
+    const long from = std::max(0L, size - tail);
+    file.seek(from);
+    const long long position = LastGranuleIn(file.readBlock(static_cast<unsigned long>(size - from)));
+    if (position != -1 || from == 0) return position;
+  }
+  return -1;
+}
+
 // Opens the file as its extension's type. Ogg audio (.oga) may hold FLAC or Vorbis,
 // so both are tried.
 std::unique_ptr<TagLib::File> OpenFile(Kind kind, const char* path, CodecFacts& facts) {
@@ -205,12 +244,11 @@ std::unique_ptr<TagLib::File> OpenFile(Kind kind, const char* path, CodecFacts& 
         facts.xiph = flac->tag();
         // Streams written live leave the sample count of the header at 0; the last
         // page's position still says how long they play.
-        const TagLib::Ogg::PageHeader* last = flac->lastPageHeader();
-        if (props->lengthInMilliseconds() <= 0 && last && props->sampleRate() > 0 &&
-            last->absoluteGranularPosition() > 0) {
+        const long long position =
+            props->lengthInMilliseconds() <= 0 && props->sampleRate() > 0 ? LastGranulePosition(*flac) : -1;
+        if (position > 0) {
           // Seconds first: a damaged page can carry a position near the 64-bit limit,
           // and such a length is no length at all.
-          const long long position = last->absoluteGranularPosition();
           const long long rate = props->sampleRate();
           if (position / rate < std::numeric_limits<long long>::max() / 1000 - 1) {
             facts.lengthMs = position / rate * 1000 + position % rate * 1000 / rate;

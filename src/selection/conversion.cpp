@@ -12,6 +12,7 @@
 #include "base/user_prompts.h"
 #include "base/xfile.h"
 #include "decode/plugin_folder.h"
+#include "selection/profiles.h"
 
 namespace tessaroven {
 namespace {
@@ -153,7 +154,9 @@ std::u16string BuildConverterArguments(std::u16string_view listFile, std::u16str
   AppendQuotedValue(text, eventName);
   text += u"\" -centeronwnd=";
   text += AsciiToUtf16(std::to_string(windowHandle));
-  if (profileBoxText != kNoProfileSelectedText) {
+  // Any text other than the "no profile" entry, an empty one included, is passed on as
+  // the additional profile.
+  if (profileBoxText != kNoProfileEntry) {
     text += u" -additionalprofile=\"";
     AppendQuotedValue(text, profileBoxText);
     text += u'"';

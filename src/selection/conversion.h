@@ -48,9 +48,6 @@
 namespace tessaroven {
 
 inline constexpr std::u16string_view kNoAudioFilesText = u"No audio files selected for conversion";
-// The profile box's text when no profile is chosen; any other text, an empty one
-// included, is passed on as the additional profile.
-inline constexpr std::u16string_view kNoProfileSelectedText = u"(none selected)";
 inline constexpr std::u16string_view kListFilePrefix = u"TMP";
 inline constexpr std::u16string_view kConverterFileName = kIsWindows ? u"Kovantrix.exe" : u"kovantrix";
 

@@ -237,7 +237,7 @@ class ConvertTest : public testing::Test {
     EXPECT_EQ(Convert(host_), ConversionResult::kConverterEnded);
     EXPECT_TRUE(prompts.Shown().empty());
     const auto arguments = RecordedArguments();
-    EXPECT_EQ(arguments.size(), host_.profile == kNoProfileSelectedText ? 4u : 5u);
+    EXPECT_EQ(arguments.size(), host_.profile == kNoProfileEntry ? 4u : 5u);
     if (arguments.size() < 4) return {};
     EXPECT_EQ(arguments[0], converter);
     const std::u16string listFile = arguments[1].substr(arguments[1].find(u'=') + 1);

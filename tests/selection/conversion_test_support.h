@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "selection/conversion.h"
+#include "selection/profiles.h"
 
 namespace tessaroven::test {
 
@@ -63,7 +64,7 @@ class RecordingHost : public ConversionHost {
 
   SelectionLists lists;
   std::int64_t window = 0;
-  std::u16string profile = std::u16string(kNoProfileSelectedText);
+  std::u16string profile = std::u16string(kNoProfileEntry);
   NamedEvent* accept = nullptr;
   NamedEvent* release = nullptr;
   bool cancelProgress = false;

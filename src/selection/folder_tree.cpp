@@ -130,6 +130,10 @@ void FolderTree::Release(NodeId id) {
   --liveNodes_;
 }
 
+void FolderTree::RenumberFrom(const std::vector<NodeId>& children, std::size_t row) {
+  for (std::size_t r = row; r < children.size(); ++r) Find(children[r])->row = r;
+}
+
 NodeId FolderTree::InsertNode(NodeId parent, std::size_t row, std::u16string path, bool hasChildren) {
   std::vector<NodeId>* siblings = ChildListOf(parent);
   if (!siblings) return kNoNode;
@@ -139,7 +143,7 @@ NodeId FolderTree::InsertNode(NodeId parent, std::size_t row, std::u16string pat
   // Allocation may move the slots, so the sibling list is looked up again.
   std::vector<NodeId>& children = *ChildListOf(parent);
   children.insert(children.begin() + static_cast<std::ptrdiff_t>(row), id);
-  for (std::size_t r = row; r < children.size(); ++r) Find(children[r])->row = r;
+  RenumberFrom(children, row);
   if (observer_) observer_->NodesAdded(parent);
   return id;
 }
@@ -153,7 +157,7 @@ void FolderTree::RemoveNode(NodeId id) {
   Release(id);
   std::vector<NodeId>& children = *ChildListOf(parent);
   children.erase(children.begin() + static_cast<std::ptrdiff_t>(row));
-  for (std::size_t r = row; r < children.size(); ++r) Find(children[r])->row = r;
+  RenumberFrom(children, row);
   if (observer_) observer_->NodeRemoved(parent);
 }
 

@@ -152,6 +152,8 @@ class FolderTree {
   std::size_t AllocatePath(std::u16string path);
   void Release(NodeId node);
   std::vector<NodeId>* ChildListOf(NodeId parent);
+  // Gives the children from `row` on their place in the list as their row.
+  void RenumberFrom(const std::vector<NodeId>& children, std::size_t row);
   void Changed(NodeId node);
 
   std::vector<Slot> slots_;

@@ -34,23 +34,12 @@ TEST_P(CliClicks, EndWithTheListsTheWindowWouldHave) {
   CliSelection selection;
   for (const Click& click : GetParam().clicks) {
     const std::u16string path = Native(click.path);
-    switch (click.what) {
-      case Do::Folder:
-        selection.TickFolder(path, true);
-        break;
-      case Do::FolderOnly:
-        selection.TickFolder(path, false);
-        break;
-      case Do::Exclude:
-        selection.ExcludeFolder(path);
-        break;
-      case Do::File:
-        selection.TickFile(path, true);
-        break;
-      case Do::Unfile:
-        selection.TickFile(path, false);
-        break;
-    }
+    if (click.what == Do::Exclude)
+      selection.ExcludeFolder(path);
+    else if (click.what == Do::File || click.what == Do::Unfile)
+      selection.TickFile(path, click.what == Do::File);
+    else
+      selection.TickFolder(path, click.what == Do::Folder);
   }
   const SelectionLists& lists = selection.Lists();
   EXPECT_EQ(lists.lstFoldersAndSub, Natives(GetParam().andSub));

@@ -105,15 +105,9 @@ class RecordingObserver : public FolderTreeObserver {
  public:
   explicit RecordingObserver(const FolderTree& tree) : tree_(tree) {}
   void NodesAboutToBeAdded(NodeId parent, std::size_t first, std::size_t count) override {
-    events.push_back("add " + Name(parent) + " " + std::to_string(first) + "+" + std::to_string(count));
-    EXPECT_FALSE(open_);
-    open_ = true;
+    Begin("add " + Name(parent) + " " + std::to_string(first) + "+" + std::to_string(count));
   }
-  void NodesAdded(NodeId parent) override {
-    events.push_back("added " + Name(parent) + " " + std::to_string(tree_.ChildrenOf(parent).size()));
-    EXPECT_TRUE(open_);
-    open_ = false;
-  }
+  void NodesAdded(NodeId parent) override { End("added", parent); }
   void ChildrenAboutToBeDiscarded(NodeId parent, std::size_t count) override {
     events.push_back("discard " + Name(parent) + " " + std::to_string(count));
   }
@@ -121,15 +115,9 @@ class RecordingObserver : public FolderTreeObserver {
     events.push_back("discarded " + Name(parent) + " " + std::to_string(tree_.ChildrenOf(parent).size()));
   }
   void NodeAboutToBeRemoved(NodeId parent, std::size_t row) override {
-    events.push_back("remove " + Name(parent) + " row " + std::to_string(row));
-    EXPECT_FALSE(open_);
-    open_ = true;
+    Begin("remove " + Name(parent) + " row " + std::to_string(row));
   }
-  void NodeRemoved(NodeId parent) override {
-    events.push_back("removed " + Name(parent) + " " + std::to_string(tree_.ChildrenOf(parent).size()));
-    EXPECT_TRUE(open_);
-    open_ = false;
-  }
+  void NodeRemoved(NodeId parent) override { End("removed", parent); }
   void NodeChanged(NodeId node) override {
     events.push_back("changed " + Name(node) + " state " + std::to_string(static_cast<int>(tree_.StateOf(node))) +
                      (tree_.IsExpanded(node) ? " open" : "") + (tree_.HasChildren(node) ? "" : " leaf"));
@@ -138,6 +126,18 @@ class RecordingObserver : public FolderTreeObserver {
 
  private:
   std::string Name(NodeId node) const { return node == kNoNode ? "top" : Utf16ToUtf8(tree_.PathOf(node)); }
+  // An insertion or removal is announced, then done, never nested; the closing event
+  // reports the parent's child count after the change.
+  void Begin(std::string event) {
+    events.push_back(std::move(event));
+    EXPECT_FALSE(open_);
+    open_ = true;
+  }
+  void End(const char* verb, NodeId parent) {
+    events.push_back(verb + (" " + Name(parent)) + " " + std::to_string(tree_.ChildrenOf(parent).size()));
+    EXPECT_TRUE(open_);
+    open_ = false;
+  }
   const FolderTree& tree_;
   bool open_ = false;
 };

@@ -22,7 +22,8 @@ int main(int argc, char** argv) {
     crash.showReport = [](const std::u16string& dumpPath) { RunCrashReport(dumpPath); };
     InstallCrashHandler(commandLine, dataFolder, crash);
   };
-  hooks.runMainWindow = [](SingleInstance& instance, StartRole) {
+  const std::u16string commandLine = ProcessCommandLine(argc, argv);
+  hooks.runMainWindow = [&commandLine](SingleInstance& instance, StartRole) {
     // The diagnostic crash comes once start-up is complete and before the window,
     // so it works without a display too.
     ProvokeCrashIfAsked();
@@ -32,9 +33,13 @@ int main(int argc, char** argv) {
     {
       frmMain window(instance);
       window.show();
+      // A path given to the first start (the desktop's "Open with") opens like one
+      // handed over by a later start.
+      if (const std::u16string path = ExtractArgument(commandLine); !path.empty() && path.front() != u'-')
+        window.OpenPath(path);
       QApplication::exec();
     }
     InstallUserPrompts(nullptr);
   };
-  return RunSelector(ProcessCommandLine(argc, argv), hooks);
+  return RunSelector(commandLine, hooks);
 }

@@ -136,8 +136,9 @@ QVariant FolderTreeModel::data(const QModelIndex& index, int role) const {
 }
 
 bool FolderTreeModel::setData(const QModelIndex& index, const QVariant&, int role) {
-  if (role != Qt::CheckStateRole) return false;
-  return selection_.ToggleFolderState(NodeOf(index));
+  if (role != Qt::CheckStateRole || !selection_.ToggleFolderState(NodeOf(index))) return false;
+  if (tickChanged) tickChanged();
+  return true;
 }
 
 Qt::ItemFlags FolderTreeModel::flags(const QModelIndex& index) const {

@@ -11,6 +11,7 @@
 
 #include <QAbstractItemModel>
 #include <QIcon>
+#include <functional>
 
 #include "selection/places.h"
 #include "selection/selection_model.h"
@@ -39,6 +40,10 @@ class FolderTreeModel : public QAbstractItemModel, private FolderTreeObserver {
   // Any value with Qt::CheckStateRole is one click on the node's tick.
   bool setData(const QModelIndex& index, const QVariant& value, int role = Qt::EditRole) override;
   Qt::ItemFlags flags(const QModelIndex& index) const override;
+
+  // Called after a tick changed through setData (a click, Space, assistive
+  // technology), once every state has followed.
+  std::function<void()> tickChanged;
 
  private:
   void NodesAboutToBeAdded(NodeId parent, std::size_t first, std::size_t count) override;

@@ -1,5 +1,6 @@
 #include "ui/main_window.h"
 
+#include <QAbstractButton>
 #include <QAccessible>
 #include <QApplication>
 #include <QComboBox>
@@ -266,6 +267,7 @@ void frmMain::BuildControls() {
   tree_->setItemDelegate(
       new StateImageDelegate(TreeStateImages(), Scaled(kTreeImageSize), Scaled(kTreeItemHeight), tree_));
   treeModel_ = new FolderTreeModel(selection_, places_);
+  treeModel_->tickChanged = [this] { UpdateStatusLine(); };
   tree_->setModel(treeModel_);
   connect(tree_->selectionModel(), &QItemSelectionModel::currentChanged, this,
           [this](const QModelIndex&, const QModelIndex&) { OnCurrentFolderChanged(); });
@@ -289,6 +291,9 @@ void frmMain::BuildControls() {
   list_->verticalHeader()->hide();
   list_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
   list_->verticalHeader()->setDefaultSectionSize(Scaled(kTreeItemHeight) + 2);
+  list_->horizontalHeader()->setAccessibleName(QStringLiteral("Columns"));
+  // The corner button selects every row; a screen reader should say so.
+  if (auto* corner = list_->findChild<QAbstractButton*>()) corner->setAccessibleName(QStringLiteral("Select All"));
   list_->horizontalHeader()->setSectionsMovable(true);
   list_->horizontalHeader()->setHighlightSections(false);
   list_->horizontalHeader()->setSortIndicatorShown(false);

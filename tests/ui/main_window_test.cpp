@@ -2,55 +2,360 @@
 
 #include <gtest/gtest.h>
 
-#include <QStatusBar>
+#include <QAbstractButton>
+#include <QAccessible>
+#include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QHeaderView>
+#include <QScreen>
+#include <QTableView>
+#include <QTreeView>
+#include <filesystem>
 
+#include "base/format.h"
+#include "base/settings.h"
+#include "decode/plugin_folder.h"
 #include "qt_test_app.h"
+#include "selection/file_columns.h"
+#include "ui/file_list_model.h"
+#include "ui/folder_tree_model.h"
+#include "ui/state_image_delegate.h"
 
 namespace tessaroven {
 namespace {
 
+namespace fs = std::filesystem;
+
+const fs::path kData = TESSAROVEN_TEST_DATA_DIR;
+
+// The user's music: $HOME/Music (no user-dirs file in the test's own home), holding
+// "Lib" with four real audio files of different sizes and an empty "Empty".
+fs::path MusicFolder() { return fs::path(qgetenv("HOME").toStdString()) / "Music"; }
+fs::path Library() { return MusicFolder() / "Lib"; }
+std::u16string FolderText(const fs::path& folder) { return QString::fromStdString(folder.string() + "/").toStdU16String(); }
+
+constexpr const char* kLibraryFiles[] = {"tone.flac", "tone.mp3", "tone.ogg", "tone.wav"};
+
 class MainWindowTest : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() { test::UseOffscreenQt(); }
+  static void SetUpTestSuite() {
+    test::UseOffscreenQt();
+    SetPluginFolderOverride(std::u16string(u"" TESSAROVEN_BUILD_PLUGIN_DIR) + u"/");
+    fs::create_directories(Library() / "Empty");
+    for (const char* name : kLibraryFiles) fs::copy_file(kData / name, Library() / name, fs::copy_options::skip_existing);
+  }
+
   void SetUp() override {
     selector_.Open();
     sender_.Open();
+    // Every test starts as a first start: nothing saved from the one before.
+    for (const std::u16string_view value :
+         {kLeftValue, kTopValue, kRightValue, kBottomValue, kNotMaxValue, kDividerValue, kScreenReaderValue})
+      SettingsSetDword(0, value);
+    SettingsSetString(u"", kMainColumnsValue);
+    SettingsSetString(u"", kMainColumnWidthsValue);
   }
   void TearDown() override {
     sender_.Close();
     selector_.Close();
   }
 
-  SingleInstance selector_;  // this window's end
-  SingleInstance sender_;    // a second start, through its own handles to the same objects
+  static std::unique_ptr<frmMain> Open(SingleInstance& instance) {
+    auto window = std::make_unique<frmMain>(instance);
+    window->show();
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    return window;
+  }
+
+  static QModelIndex IndexOfPath(frmMain& window, const std::u16string& path) {
+    window.OpenPath(path);
+    const QModelIndex index = window.Tree()->currentIndex();
+    EXPECT_EQ(window.Selection().Tree().PathOf(window.TreeModel()->NodeOf(index)), path);
+    return index;
+  }
+
+  static void ClickTickImage(frmMain& window, const QModelIndex& index) {
+    auto* delegate = static_cast<StateImageDelegate*>(window.Tree()->itemDelegate());
+    const QPoint centre = delegate->ImageRect(window.Tree()->visualRect(index)).center();
+    QTest::mouseClick(window.Tree()->viewport(), Qt::LeftButton, {}, centre);
+  }
+
+  static std::vector<int> RowImages(frmMain& window) {
+    std::vector<int> images;
+    for (std::size_t row = 0; row < window.ListModel()->RowCount(); ++row)
+      images.push_back(window.ListModel()->Row(row).image);
+    return images;
+  }
+
+  SingleInstance selector_;
+  SingleInstance sender_;
 };
 
-TEST_F(MainWindowTest, TheTickTakesAPathHandedOverAndShowsIt) {
-  frmMain window(selector_);
-  std::vector<std::u16string> received;
-  const auto show = window.GoToPath;
-  window.GoToPath = [&](const std::u16string& path) {
-    received.push_back(path);
-    show(path);
-  };
+TEST_F(MainWindowTest, FirstStartOpensFittedWithTheDividerAtAThird) {
+  auto window = Open(selector_);
+  const QScreen* screen = window->screen();
+  ASSERT_NE(screen, nullptr);
+  EXPECT_TRUE(window->IsFitted());
+  EXPECT_EQ(ScreenRect::FromQRect(window->geometry()),
+            FitToWorkArea(ScreenRect::FromQRect(screen->availableGeometry()), ScreenRect::FromQRect(screen->geometry())));
+  EXPECT_EQ(window->Divider(), std::max(QGuiApplication::primaryScreen()->availableGeometry().width() / 3, 100));
+  // The rectangle a restore goes back to is the middle of the desktop.
+  EXPECT_EQ(window->SavedRect(), MiddleThreeFifths(ScreenRect::FromQRect(QGuiApplication::primaryScreen()->geometry())));
+}
+
+TEST_F(MainWindowTest, ASavedDividerOf50OpensAt100AndADragStopsThere) {
+  SettingsSetDword(50, kDividerValue);
+  auto window = Open(selector_);
+  EXPECT_EQ(window->Divider(), 100);
+  const int y = window->height() / 2;
+  QTest::mousePress(window.get(), Qt::LeftButton, {}, QPoint(window->Divider() + 2, y));
+  QTest::mouseMove(window.get(), QPoint(window->Divider() + 202, y));
+  EXPECT_EQ(window->Divider(), 300);
+  EXPECT_EQ(window->List()->geometry().left(), 304);
+  QTest::mouseMove(window.get(), QPoint(2, y));
+  QTest::mouseRelease(window.get(), Qt::LeftButton, {}, QPoint(2, y));
+  EXPECT_EQ(window->Divider(), 100);
+  EXPECT_EQ(window->Tree()->width(), 100);
+}
+
+TEST_F(MainWindowTest, TheRestoreButtonReturnsToTheSavedRectangle) {
+  SettingsSetDword(1, kNotMaxValue);
+  SettingsSetDword(100, kLeftValue);
+  SettingsSetDword(80, kTopValue);
+  SettingsSetDword(700, kRightValue);
+  SettingsSetDword(500, kBottomValue);
+  auto window = Open(selector_);
+  EXPECT_FALSE(window->IsFitted());
+  EXPECT_EQ(ScreenRect::FromQRect(window->geometry()), (ScreenRect{100, 80, 700, 500}));
+  QAbstractButton* maximise = nullptr;
+  for (auto* button : window->findChildren<QAbstractButton*>())
+    if (button->accessibleName() == QStringLiteral("Maximize")) maximise = button;
+  ASSERT_NE(maximise, nullptr);
+  maximise->click();
+  EXPECT_TRUE(window->IsFitted());
+  EXPECT_EQ(maximise->accessibleName(), QStringLiteral("Restore"));
+  maximise->click();
+  EXPECT_FALSE(window->IsFitted());
+  EXPECT_EQ(ScreenRect::FromQRect(window->geometry()), (ScreenRect{100, 80, 700, 500}));
+}
+
+TEST_F(MainWindowTest, ASavedPositionOffEveryScreenFallsBackToTheMiddle) {
+  SettingsSetDword(1, kNotMaxValue);
+  SettingsSetDword(static_cast<std::uint32_t>(-9000), kLeftValue);
+  SettingsSetDword(static_cast<std::uint32_t>(-9000), kTopValue);
+  SettingsSetDword(static_cast<std::uint32_t>(-8000), kRightValue);
+  SettingsSetDword(static_cast<std::uint32_t>(-8200), kBottomValue);
+  auto window = Open(selector_);
+  const QRect screen = QGuiApplication::primaryScreen()->geometry();
+  EXPECT_TRUE(screen.contains(window->geometry().center()));
+}
+
+// Clicking the image and pressing Space walk the same cycle; the list's ticks follow
+// the folder's state: all files with the folder chosen either way, none otherwise.
+struct TickStep {
+  TreeCheckState folder;
+  int fileImage;
+};
+
+class MainWindowTickTest : public MainWindowTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(MainWindowTickTest, CyclesStatesAndTheListFollows) {
+  const bool withSpace = GetParam();
+  auto window = Open(selector_);
+  const std::u16string lib = FolderText(Library());
+  const QModelIndex index = IndexOfPath(*window, lib);
+  ASSERT_EQ(window->ListModel()->RowCount(), std::size(kLibraryFiles));
+  const NodeId node = window->TreeModel()->NodeOf(index);
+  const TickStep steps[] = {{TreeCheckState::csFolderAndSub, kFileImageTicked},
+                            {TreeCheckState::csFolderNoSub, kFileImageTicked},
+                            {TreeCheckState::csUnchecked, kFileImageUnticked}};
+  for (const TickStep& step : steps) {
+    if (withSpace) {
+      window->Tree()->setFocus();
+      QTest::keyClick(window->Tree(), Qt::Key_Space);
+    } else {
+      ClickTickImage(*window, index);
+    }
+    EXPECT_EQ(window->Selection().Tree().StateOf(node), step.folder);
+    EXPECT_EQ(RowImages(*window), std::vector<int>(std::size(kLibraryFiles), step.fileImage));
+  }
+  // The Music place above shows what is chosen below it only while something is.
+  const NodeId music = window->Selection().Tree().ParentOf(node);
+  EXPECT_EQ(window->Selection().Tree().StateOf(music), TreeCheckState::csUnchecked);
+}
+
+INSTANTIATE_TEST_SUITE_P(ClickAndSpace, MainWindowTickTest, ::testing::Values(false, true),
+                         [](const auto& info) { return info.param ? "Space" : "Click"; });
+
+TEST_F(MainWindowTest, AClickBesideTheImageOnlySelects) {
+  auto window = Open(selector_);
+  const QModelIndex index = IndexOfPath(*window, FolderText(Library()));
+  const QRect item = window->Tree()->visualRect(index);
+  QTest::mouseClick(window->Tree()->viewport(), Qt::LeftButton, {}, QPoint(item.right() - 2, item.center().y()));
+  EXPECT_EQ(window->Selection().Tree().StateOf(window->TreeModel()->NodeOf(index)), TreeCheckState::csUnchecked);
+}
+
+TEST_F(MainWindowTest, AssistiveTechnologyReadsEveryTickAndEveryControlHasAName) {
+  auto window = Open(selector_);
+  const QModelIndex index = IndexOfPath(*window, FolderText(Library()));
+  window->TreeModel()->setData(index, Qt::Checked, Qt::CheckStateRole);
+  EXPECT_EQ(index.data(Qt::CheckStateRole).toInt(), Qt::Checked);
+  EXPECT_EQ(index.parent().data(Qt::CheckStateRole).toInt(), Qt::PartiallyChecked);
+  const QModelIndex row = window->ListModel()->index(0, 0);
+  EXPECT_EQ(row.data(Qt::CheckStateRole).toInt(), Qt::Checked);
+  EXPECT_TRUE(row.flags() & Qt::ItemIsUserCheckable);
+  // Unticking a row through its check state is what a screen reader's toggle does.
+  window->ListModel()->setData(row, Qt::Unchecked, Qt::CheckStateRole);
+  EXPECT_EQ(window->Selection().Lists().lstSingleFilesExclude.size(), 1u);
+
+  for (QWidget* control : window->findChildren<QWidget*>()) {
+    if (!control->isVisibleTo(window.get())) continue;
+    if (!qobject_cast<QAbstractButton*>(control) && !qobject_cast<QComboBox*>(control) &&
+        !qobject_cast<QAbstractItemView*>(control))
+      continue;
+    QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(control);
+    ASSERT_NE(accessible, nullptr);
+    EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty()) << control->metaObject()->className();
+  }
+}
+
+TEST_F(MainWindowTest, TheStatusLineIsExactForAnEmptyAndATickedFolder) {
+  auto window = Open(selector_);
+  const std::u16string empty = FolderText(Library() / "Empty");
+  IndexOfPath(*window, empty);
+  EXPECT_EQ(window->StatusText(), QString::fromStdU16String(u"0 Audio Files Shown in Folder: " + empty));
+
+  const std::u16string lib = FolderText(Library());
+  const QModelIndex index = IndexOfPath(*window, lib);
+  std::int64_t total = 0;
+  for (const char* name : kLibraryFiles) total += static_cast<std::int64_t>(fs::file_size(Library() / name));
+  EXPECT_EQ(window->StatusText(), QString::fromStdU16String(u"4 Audio Files Shown (" + FormatSize(total) +
+                                                            u") in Folder: " + lib));
+  ClickTickImage(*window, index);
+  EXPECT_EQ(window->StatusText(),
+            QString::fromStdU16String(u"4 Audio Files Shown (" + FormatSize(total) + u"), 4 Files Selected (" +
+                                      FormatSize(total) + u") in Folder: " + lib));
+}
+
+TEST_F(MainWindowTest, APathHandedOverByASecondStartIsOpenedAndListed) {
+  auto window = Open(selector_);
+  const std::u16string lib = FolderText(Library());
   selector_.AcceptEvent().Set();
-  sender_.Send(u"/home/user/Music/Pink Floyd/");
-  ASSERT_TRUE(test::SpinUntil([&] { return !received.empty(); })) << "the 50 ms tick never collected the path";
-  EXPECT_EQ(received, std::vector<std::u16string>{u"/home/user/Music/Pink Floyd/"});
-  EXPECT_EQ(window.statusBar()->currentMessage(), QStringLiteral("/home/user/Music/Pink Floyd/"));
+  sender_.Send(u"  " + lib + u"  ");
+  ASSERT_TRUE(test::SpinUntil([&] { return window->StatusText().endsWith(QString::fromStdU16String(lib)); }))
+      << window->StatusText().toStdString();
+  EXPECT_EQ(window->ListModel()->RowCount(), std::size(kLibraryFiles));
+  EXPECT_TRUE(window->Tree()->isExpanded(window->Tree()->currentIndex().parent()));
 }
 
 TEST_F(MainWindowTest, NothingIsTakenWhileTheSelectorDoesNotAccept) {
-  frmMain window(selector_);
+  auto window = Open(selector_);
   std::vector<std::u16string> received;
-  window.GoToPath = [&](const std::u16string& path) { received.push_back(path); };
+  window->GoToPath = [&](const std::u16string& path) { received.push_back(path); };
   selector_.AcceptEvent().Reset();
   sender_.Send(u"/home/user/Music/");
-  for (int i = 0; i < 5; ++i) window.Tick();
+  for (int i = 0; i < 5; ++i) window->Tick();
   EXPECT_TRUE(received.empty());
   selector_.AcceptEvent().Set();
-  window.Tick();
+  window->Tick();
   EXPECT_EQ(received, std::vector<std::u16string>{u"/home/user/Music/"});
+}
+
+TEST_F(MainWindowTest, MetadataArrivesThroughTheTick) {
+  auto window = Open(selector_);
+  IndexOfPath(*window, FolderText(Library()));
+  const auto columns = window->ListModel()->Columns();
+  const auto length = std::find(columns.begin(), columns.end(), u"Length");
+  ASSERT_NE(length, columns.end());
+  const int column = static_cast<int>(length - columns.begin());
+  ASSERT_TRUE(test::SpinUntil([&] {
+    for (int row = 0; row < window->ListModel()->rowCount(); ++row)
+      if (window->ListModel()->index(row, column).data().toString().isEmpty()) return false;
+    return true;
+  })) << "the lengths never arrived";
+  EXPECT_TRUE(window->ListModel()->index(0, column).data().toString().contains(QStringLiteral("mili-seconds")));
+}
+
+TEST_F(MainWindowTest, SortingBySizeIsNumericAndASecondClickReverses) {
+  auto window = Open(selector_);
+  IndexOfPath(*window, FolderText(Library()));
+  const auto& columns = window->ListModel()->Columns();
+  const int size = static_cast<int>(std::find(columns.begin(), columns.end(), u"Size") - columns.begin());
+  auto sizes = [&] {
+    std::vector<std::uint64_t> values;
+    for (std::size_t row = 0; row < window->ListModel()->RowCount(); ++row)
+      values.push_back(window->ListModel()->Row(row).entry.size);
+    return values;
+  };
+  emit window->List()->horizontalHeader()->sectionClicked(size);
+  const auto ascending = sizes();
+  EXPECT_TRUE(std::is_sorted(ascending.begin(), ascending.end()));
+  emit window->List()->horizontalHeader()->sectionClicked(size);
+  auto descending = sizes();
+  EXPECT_TRUE(std::is_sorted(descending.rbegin(), descending.rend()));
+  EXPECT_NE(descending.front(), descending.back());
+}
+
+TEST_F(MainWindowTest, TheHeaderMenuAddsRemovesAndRestoresColumns) {
+  SettingsSetString(u"Name\rNo Such Column", kMainColumnsValue);
+  SettingsSetString(u"200\r90", kMainColumnWidthsValue);
+  auto window = Open(selector_);
+  using Names = std::vector<std::u16string>;
+  EXPECT_EQ(window->ListModel()->Columns(), (Names{u"Name", u"No Such Column"}));
+  EXPECT_EQ(window->List()->columnWidth(0), 200);
+  window->ApplyColumnMenuChoice({false, u"Album"});
+  EXPECT_EQ(window->ListModel()->Columns(), (Names{u"Name", u"No Such Column", u"Album"}));
+  window->ApplyColumnMenuChoice({false, u"no such column"});  // removed from the set, kept in the list
+  window->ApplyColumnMenuChoice({false, u"No Such Column"});
+  EXPECT_EQ(window->ListModel()->Columns(), (Names{u"Name", u"Album"}));
+  window->ApplyColumnMenuChoice({true, {}});
+  EXPECT_EQ(window->ListModel()->Columns(), Names(kDefaultMainColumns.begin(), kDefaultMainColumns.end()));
+}
+
+TEST_F(MainWindowTest, ClosingWritesEveryValue) {
+  auto window = Open(selector_);
+  window->ApplyColumnMenuChoice({false, u"Album"});
+  window->List()->setColumnWidth(0, 321);
+  window->close();
+  EXPECT_EQ(SettingsGetDword(kNotMaxValue), 0u);
+  const ScreenRect saved = window->SavedRect();
+  EXPECT_EQ(static_cast<int>(SettingsGetDword(kLeftValue)), saved.left);
+  EXPECT_EQ(static_cast<int>(SettingsGetDword(kTopValue)), saved.top);
+  EXPECT_EQ(static_cast<int>(SettingsGetDword(kRightValue)), saved.right);
+  EXPECT_EQ(static_cast<int>(SettingsGetDword(kBottomValue)), saved.bottom);
+  EXPECT_EQ(static_cast<int>(SettingsGetDword(kDividerValue)), window->Divider());
+  const std::u16string names = SettingsGetString(kMainColumnsValue);
+  EXPECT_TRUE(names.starts_with(u"Name\rSize\r")) << QString::fromStdU16String(names).toStdString();
+  EXPECT_TRUE(names.ends_with(u"\rAlbum"));
+  EXPECT_TRUE(SettingsGetString(kMainColumnWidthsValue).starts_with(u"321\r"));
+}
+
+TEST_F(MainWindowTest, DroppedFoldersAreChosenWithTheirSubFolders) {
+  auto window = Open(selector_);
+  const std::u16string lib = FolderText(Library());
+  window->Selection().Lists().lstFoldersNoSub.push_back(lib);
+  window->DropPaths({QString::fromStdU16String(lib), QString::fromStdString((kData / "tone.opus").string()),
+                     QString::fromStdString((kData / "README.md").string())});
+  const SelectionLists& lists = window->Selection().Lists();
+  EXPECT_EQ(lists.lstFoldersAndSub, PathList{lib});
+  EXPECT_TRUE(lists.lstFoldersNoSub.empty());
+  // An audio file is chosen on its own; a file no decoder reads is not.
+  EXPECT_EQ(lists.lstSingleFiles, PathList{QString::fromStdString((kData / "tone.opus").string()).toStdU16String()});
+}
+
+// Not a check of pixels: the picture of the window with a ticked folder that the
+// README shows, made by the test that drives it there.
+TEST_F(MainWindowTest, SavesAScreenshotWithATickedFolder) {
+  auto window = Open(selector_);
+  window->resize(1100, 560);
+  const QModelIndex index = IndexOfPath(*window, FolderText(Library()));
+  ClickTickImage(*window, index);
+  test::SpinUntil([&] { return !window->ListModel()->index(0, 1).data().toString().isEmpty(); });
+  QTest::qWait(200);
+  const QString file = QStringLiteral(TESSAROVEN_SCREENSHOT_DIR "/main-window.png");
+  ASSERT_TRUE(window->grab().save(file));
+  EXPECT_GT(QFile(file).size(), 1000);
 }
 
 }  // namespace

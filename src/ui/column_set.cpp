@@ -68,7 +68,7 @@ std::int32_t RatingOf(const FileRow& row) { return row.info ? row.info->rating :
 int Sign(int order) { return order < 0 ? -1 : (order > 0 ? 1 : 0); }
 
 int CompareAscending(const FileRow& a, const FileRow& b, std::u16string_view column, const TypeFilter& types) {
-  // The list hands sizes over as signed numbers; no real file comes near the top bit.
+  // Signed, as the sort has always taken sizes; no real file comes near the top bit.
   if (column == u"Size") {
     return Order(static_cast<std::int64_t>(a.entry.size), static_cast<std::int64_t>(b.entry.size));
   }
@@ -76,7 +76,7 @@ int CompareAscending(const FileRow& a, const FileRow& b, std::u16string_view col
   if (column == u"Bit Rate") return Order(BitRateOf(a), BitRateOf(b));
   if (column == u"Rating") return Order(RatingOf(a), RatingOf(b));
   if (column == u"Compression") {
-    // The value only exists as the presented text ("3" or "3 (...)").
+    // The percentage only exists as the presented text ("62%").
     return Order(LeadingNumber(CellText(column, a, types)), LeadingNumber(CellText(column, b, types)));
   }
   if (column == u"Date Modified") return Order(a.entry.modified, b.entry.modified);

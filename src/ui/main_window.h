@@ -84,6 +84,7 @@ class frmMain : public QWidget, private SelectionView, private ConversionHost, p
   FolderTreeModel* TreeModel() const { return treeModel_; }
   FileListModel* ListModel() const { return listModel_; }
   SelectionModel& Selection() { return selection_; }
+  MetadataReader& Reader() { return reader_; }
   // The file list's header menu, and what a choice made in it does.
   void ColumnMenuAt(QPoint globalPos);
   void ApplyColumnMenuChoice(const ColumnMenuChoice& choice);

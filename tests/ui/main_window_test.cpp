@@ -186,7 +186,7 @@ TEST_P(MainWindowTickTest, CyclesStatesAndTheListFollows) {
 }
 
 INSTANTIATE_TEST_SUITE_P(ClickAndSpace, MainWindowTickTest, ::testing::Values(false, true),
-                         [](const auto& info) { return info.param ? "Space" : "Click"; });
+                         [](const auto& param) { return param.param ? "Space" : "Click"; });
 
 TEST_F(MainWindowTest, AClickBesideTheImageOnlySelects) {
   auto window = Open(selector_);

@@ -1,0 +1,226 @@
+#include "ui/column_set.h"
+
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <algorithm>
+#include <filesystem>
+
+#include "base/settings.h"
+#include "base/text.h"
+#include "decode/plugin_folder.h"
+#include "qt_test_app.h"
+#include "selection/file_columns.h"
+#include "support/test_env.h"
+#include "ui/column_menu.h"
+
+namespace tessaroven {
+namespace {
+
+struct WidthCase {
+  std::u16string_view name;
+  std::u16string_view storedWidths;
+  int dpi;
+  int width;
+};
+class ColumnWidthTest : public ::testing::TestWithParam<WidthCase> {};
+
+TEST_P(ColumnWidthTest, RestoredWidthIsTheStoredOneOrTheScaledDefault) {
+  const WidthCase& c = GetParam();
+  const ColumnSet set = RestoreColumnSet(c.name, c.storedWidths, kDefaultMainColumns, c.dpi);
+  ASSERT_EQ(set.size(), 1u);
+  EXPECT_EQ(set[0], (ColumnSpec{std::u16string(c.name), c.width}));
+}
+
+INSTANTIATE_TEST_SUITE_P(ColumnSet, ColumnWidthTest,
+                         ::testing::Values(WidthCase{u"Name", u" 120", 96, 120}, WidthCase{u"Name", u"+7", 96, 7},
+                                           WidthCase{u"Name", u"-5", 96, -5}, WidthCase{u"Name", u"12px", 96, 12},
+                                           WidthCase{u"Name", u"120", 192, 120},  // stored pixels are not scaled
+                                           WidthCase{u"Name", u"0", 144, 375}, WidthCase{u"Name", u"", 96, 250},
+                                           WidthCase{u"Mood", u"", 96, 150}, WidthCase{u"Mood", u"", 192, 300},
+                                           WidthCase{u"bIT rATE", u"", 96, 110},
+                                           WidthCase{u"Channels", u"", 125, 117}));  // 117.19 truncated
+
+TEST(ColumnSet, AlignmentMatchesNamesExactly) {
+  EXPECT_TRUE(IsRightAlignedColumn(u"Sample Rate"));
+  EXPECT_FALSE(IsRightAlignedColumn(u"sample rate"));
+  EXPECT_FALSE(IsRightAlignedColumn(u"Rating"));
+}
+
+TEST(ColumnSet, WidthsPairWithNamesByPosition) {
+  const ColumnSet set = RestoreColumnSet(u"Size\r\rMood\rName", u"80\r5\r\r", kDefaultMainColumns, 96);
+  EXPECT_EQ(set, (ColumnSet{{u"Size", 80}, {u"Mood", 150}, {u"Name", 250}}));
+}
+
+TEST(ColumnSet, EmptyStoredNamesRestoreTheDefaultSet) {
+  SettingsSetString(u"", kMainColumnsValue);
+  SettingsSetString(u"300\r300", kMainColumnWidthsValue);
+  const ColumnSet set = LoadColumnSet(kMainColumnsValue, kMainColumnWidthsValue, kDefaultMainColumns, 96);
+  EXPECT_EQ(set, DefaultColumnSet(kDefaultMainColumns, 96));
+}
+
+TEST(ColumnSet, SavedSetLoadsBackInOrder) {
+  const ColumnSet saved{{u"Title", 321}, {u"Mood", 77}, {u"Name", 250}};
+  ASSERT_TRUE(SaveColumnSet(kListColumnsValue, kListColumnWidthsValue, saved));
+  EXPECT_EQ(SettingsGetString(kListColumnsValue), u"Title\rMood\rName");
+  EXPECT_EQ(SettingsGetString(kListColumnWidthsValue), u"321\r77\r250");
+  EXPECT_EQ(LoadColumnSet(kListColumnsValue, kListColumnWidthsValue, {u"Name"}, 192), saved);
+}
+
+TEST(ColumnSet, UnknownStoredNameIsKeptAndOfferedCheckedUnderMissing) {
+  SettingsSetString(u"Name\rMy Custom\rartist\rencoder", kMainColumnsValue);
+  SettingsSetString(u"", kMainColumnWidthsValue);
+  const ColumnSet set = LoadColumnSet(kMainColumnsValue, kMainColumnWidthsValue, kDefaultMainColumns, 96);
+  ASSERT_EQ(set, (ColumnSet{{u"Name", 250}, {u"My Custom", 150}, {u"artist", 150}, {u"encoder", 150}}));
+
+  const ColumnMenuContent menu =
+      BuildColumnMenuContent(set, {u"Encoder", u"codec", u"Codec", u"bit rate", u"Album", u"audio quality"});
+  EXPECT_EQ(menu.missing, (std::vector<ColumnMenuItem>{{u"My Custom", true}}));
+  // Sorted under the fold, each name once, nothing the fixed groups already offer.
+  EXPECT_EQ(menu.extended,
+            (std::vector<ColumnMenuItem>{{u"audio quality", false}, {u"codec", false}, {u"Encoder", true}}));
+}
+
+TEST(ColumnSet, DefaultColumnsDiscardOrderAndWidths) {
+  ColumnSet set{{u"Bit Rate", 999}, {u"Name", 10}, {u"Mood", 40}};
+  const ColumnChoiceOutcome outcome = ApplyColumnChoice(set, {true, {}}, kDefaultMainColumns, 144);
+  EXPECT_EQ(outcome.change, ColumnChange::kDefaultsRestored);
+  ASSERT_EQ(set.size(), kDefaultMainColumns.size());
+  EXPECT_EQ(set.front(), (ColumnSpec{u"Name", 375}));
+  EXPECT_EQ(set.back(), (ColumnSpec{u"Bit Rate", 165}));
+}
+
+struct ChoiceCase {
+  ColumnSet before;
+  std::u16string_view chosen;
+  ColumnSet after;
+  ColumnChange change;
+  std::optional<std::u16string> deleteListColumn;
+};
+class ColumnChoiceTest : public ::testing::TestWithParam<ChoiceCase> {};
+
+TEST_P(ColumnChoiceTest, RemovesIgnoringCaseButDeletesTheListColumnOnlyOnExactName) {
+  const ChoiceCase& c = GetParam();
+  ColumnSet set = c.before;
+  const ColumnChoiceOutcome outcome = ApplyColumnChoice(set, {false, std::u16string(c.chosen)}, {}, 192);
+  EXPECT_EQ(set, c.after);
+  EXPECT_EQ(outcome.change, c.change);
+  EXPECT_EQ(outcome.deleteListColumn, c.deleteListColumn);
+}
+
+const ColumnSpec kName{u"Name", 1};
+INSTANTIATE_TEST_SUITE_P(
+    ColumnSet, ColumnChoiceTest,
+    ::testing::Values(
+        ChoiceCase{{kName, {u"Artist", 1}}, u"Artist", {kName}, ColumnChange::kRemoved, u"Artist"},
+        ChoiceCase{{kName, {u"artist", 1}}, u"Artist", {kName}, ColumnChange::kRemoved, std::nullopt},
+        ChoiceCase{{kName, {u"artist", 1}, {u"Artist", 1}},
+                   u"Artist",
+                   {kName, {u"artist", 1}},
+                   ColumnChange::kRemoved,
+                   u"Artist"},
+        ChoiceCase{{kName}, u"Rating", {kName, {u"Rating", 200}}, ColumnChange::kAdded, std::nullopt},
+        ChoiceCase{
+            {kName}, u"Default Columns", {kName, {u"Default Columns", 300}}, ColumnChange::kAdded, std::nullopt}));
+
+// A row whose size, times, length, bit rate and rating are all `n`.
+FileRow Row(std::u16string_view name, std::uint32_t n, TagList tags = {}) {
+  return {{u"/music/" + std::u16string(name), n, n, n, n},
+          std::make_shared<FileInfo>(FileInfo{.opened = true,
+                                              .format = {},
+                                              .properties = {},
+                                              .tags = std::move(tags),
+                                              .lengthMs = n,
+                                              .bitRate = n,
+                                              .rating = static_cast<std::int32_t>(n)})};
+}
+FileRow Unread(std::u16string_view name) { return FileRow{FileEntry{u"/music/" + std::u16string(name)}, nullptr}; }
+FileRow Tagged(std::u16string_view tag, std::u16string value) {
+  return Row(u"x.flac", 0, {{std::u16string(tag), std::move(value), {}}});
+}
+FileRow Quality(std::u16string value) { return Tagged(u"Audio Quality", std::move(value)); }
+
+struct CompareCase {
+  std::u16string_view column;
+  FileRow a;
+  FileRow b;
+  int ascending;
+};
+class CompareRowsTest : public ::testing::TestWithParam<CompareCase> {};
+
+TEST_P(CompareRowsTest, OrdersByTheColumnAndDescendingNegates) {
+  const CompareCase& c = GetParam();
+  const TypeFilter types;
+  EXPECT_EQ(CompareRows(c.a, c.b, c.column, true, types), c.ascending);
+  EXPECT_EQ(CompareRows(c.a, c.b, c.column, false, types), -c.ascending);
+}
+
+// Numbers 9 and 10 would sort the other way as text.
+INSTANTIATE_TEST_SUITE_P(
+    ColumnSet, CompareRowsTest,
+    ::testing::Values(CompareCase{u"Size", Row(u"a", 9), Row(u"b", 10), -1},
+                      CompareCase{u"Length", Row(u"a", 10), Row(u"b", 9), 1},
+                      CompareCase{u"Length", Unread(u"a"), Row(u"b", 9), -1},
+                      CompareCase{u"Bit Rate", Row(u"a", 9), Row(u"b", 10), -1},
+                      CompareCase{u"Rating", Row(u"a", 9), Unread(u"b"), 1},
+                      CompareCase{u"Rating", Unread(u"a"), Unread(u"b"), 0},
+                      CompareCase{u"Compression", Tagged(u"Compression", u"9%"), Tagged(u"Compression", u"10%"), -1},
+                      CompareCase{u"Date Modified", Row(u"a", 9), Row(u"b", 10), -1},
+                      CompareCase{u"Name", Row(u"a.flac", 0), Row(u"C.flac", 0), -1},
+                      CompareCase{u"Name", Row(u"ABC.flac", 0), Row(u"abc.flac", 0), 0},
+                      CompareCase{u"Mood", Tagged(u"Mood", u"calm"), Tagged(u"Mood", u"Angry"), 1},
+                      // "High..." ranks first, then "CD ", "DVD ", "DAT ", "Perfect" (exactly as
+                      // written); other labels keep their own text order around them.
+                      CompareCase{u"Audio Quality", Quality(u"high res (DSD64)"), Quality(u"CD Lossless"), -1},
+                      CompareCase{u"Audio Quality", Quality(u"DAT Lossless"), Quality(u"High Resolution"), 1},
+                      CompareCase{u"Audio Quality", Quality(u"cd lossless"), Quality(u"CD Lossless"), -1},
+                      CompareCase{u"Audio Quality", Quality(u"Unknown"), Quality(u"Perfect rip"), -1}));
+
+TEST(ColumnMenu, BuildsTheGroupsInOrderWithTheSetChecked) {
+  test::UseOffscreenQt();
+  const ColumnSet set{{u"Name", 1}, {u"artist", 1}, {u"Codec", 1}, {u"My Custom", 1}};
+  const auto menu = BuildColumnMenu(BuildColumnMenuContent(set, {u"Codec", u"Encoder"}), nullptr);
+  const QList<QAction*> actions = menu->actions();
+  const auto n = static_cast<qsizetype>(kFileAndPropertyColumns.size());
+  ASSERT_EQ(actions.size(), n + 7);
+  EXPECT_EQ(ColumnMenuChoiceOf(actions[0]), (ColumnMenuChoice{false, u"Name"}));
+  EXPECT_TRUE(actions[0]->isCheckable() && actions[0]->isChecked());
+  EXPECT_FALSE(actions[1]->isChecked());
+  EXPECT_TRUE(actions[n]->isSeparator() && actions[n + 2]->isSeparator() && actions[n + 5]->isSeparator());
+  ASSERT_NE(actions[n + 1]->menu(), nullptr);
+  ASSERT_NE(actions[n + 3]->menu(), nullptr);
+
+  const QMenu* tags = actions[n + 1]->menu();
+  EXPECT_EQ(tags->accessibleName(), QStringLiteral("Tags"));
+  EXPECT_TRUE(tags->actions()[0]->isChecked());  // "Artist" for "artist"
+  const QMenu* extended = actions[n + 3]->menu();
+  EXPECT_EQ(extended->accessibleName(), QStringLiteral("Extended Properties"));
+  ASSERT_EQ(extended->actions().size(), 2);
+  EXPECT_TRUE(extended->actions()[0]->isChecked());
+  EXPECT_FALSE(extended->actions()[1]->isChecked());
+
+  EXPECT_EQ(actions[n + 4]->text(), QStringLiteral("My Custom"));
+  EXPECT_TRUE(actions[n + 4]->isChecked());
+  EXPECT_EQ(actions[n + 6]->text(), QStringLiteral("Default Columns"));
+  EXPECT_EQ(ColumnMenuChoiceOf(actions[n + 6]), (ColumnMenuChoice{true, {}}));
+  EXPECT_EQ(ColumnMenuChoiceOf(actions[n + 5]), std::nullopt);
+  EXPECT_EQ(ColumnMenuChoiceOf(extended->actions()[1]), (ColumnMenuChoice{false, u"Encoder"}));
+}
+
+TEST(ColumnSet, ExtendedNamesComeFromEveryPluginOfTheFolder) {
+  const std::filesystem::path fake = ToOsString(ExecutableFolder() + u"../decode/fake_plugins/alpha.so");
+  if (!std::filesystem::exists(fake)) GTEST_SKIP() << "the fake plug-ins are built with decode_tests";
+  test::TempDir folder;
+  const std::filesystem::path target = ToOsString(folder.Path());
+  std::filesystem::copy_file(fake, target / "one.so");
+  std::filesystem::copy_file(fake, target / "two.so");
+  test::WriteBytes(folder / u"broken.so", "not a library");
+  SetPluginFolderOverride(folder.Path());
+  const std::vector<std::u16string> names = ExtendedPropertyNames();
+  SetPluginFolderOverride(std::nullopt);
+  EXPECT_EQ(names.size(), 6u);
+  EXPECT_EQ(std::count(names.begin(), names.end(), u"Sample Rate"), 2);
+}
+
+}  // namespace
+}  // namespace tessaroven

@@ -220,6 +220,14 @@ ColumnChoiceOutcome ApplyColumnChoice(ColumnSet& columns, const ColumnMenuChoice
   return {ColumnChange::kAdded, std::nullopt};
 }
 
+bool SortsByCellText(std::u16string_view column) {
+  for (const std::u16string_view keyed : {u"Size", u"Length", u"Bit Rate", u"Rating", u"Compression", u"Date Modified",
+                                           u"Date Created", u"Date Accessed", u"Audio Quality"}) {
+    if (column == keyed) return false;
+  }
+  return true;
+}
+
 int CompareRows(const FileRow& a, const FileRow& b, std::u16string_view column, bool ascending,
                 const TypeFilter& types) {
   const int order = CompareAscending(a, b, column, types);

@@ -125,5 +125,8 @@ ColumnChoiceOutcome ApplyColumnChoice(ColumnSet& columns, const ColumnMenuChoice
 // descending negates.
 int CompareRows(const FileRow& a, const FileRow& b, std::u16string_view column, bool ascending,
                 const TypeFilter& types);
+// Whether CompareRows orders `column` by its cell text under the ASCII fold alone, so a
+// list may fold each row's text once and sort by that instead of asking per pair.
+bool SortsByCellText(std::u16string_view column);
 
 }  // namespace tessaroven

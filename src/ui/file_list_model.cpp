@@ -7,6 +7,7 @@
 
 #include "base/path.h"
 #include "base/platform.h"
+#include "base/text.h"
 #include "ui/column_set.h"
 #include "ui/state_image_delegate.h"
 
@@ -196,13 +197,14 @@ void FileListModel::sort(int column, Qt::SortOrder order) {
   listedBefore.reserve(static_cast<std::size_t>(before.size()));
   for (const QModelIndex& index : before) listedBefore.push_back(order_[static_cast<std::size_t>(index.row())]);
 
-  if (name == u"Type") {
-    // The shown type names are the desktop's, so they sort by what is shown.
-    std::vector<QString> keys(rows_.size());
-    for (std::size_t i = 0; i < rows_.size(); ++i) keys[i] = TypeName(rows_[i]);
+  if (SortsByCellText(name)) {
+    // Each row's text is made and folded once, not twice per comparison: on 10,000
+    // rows that is the difference between a few and some hundred thousand texts. The
+    // type names shown are the desktop's, so "Type" sorts by what is shown.
+    std::vector<std::u16string> keys(rows_.size());
+    for (std::size_t i = 0; i < rows_.size(); ++i) keys[i] = AsciiFold(Text(rows_[i], name));
     std::stable_sort(order_.begin(), order_.end(), [&](std::size_t a, std::size_t b) {
-      const int c = keys[a].compare(keys[b], Qt::CaseInsensitive);
-      return ascending ? c < 0 : c > 0;
+      return ascending ? keys[a] < keys[b] : keys[b] < keys[a];
     });
   } else {
     std::stable_sort(order_.begin(), order_.end(), [&](std::size_t a, std::size_t b) {

@@ -51,13 +51,14 @@ std::u16string DsdBitRateText(std::u16string_view dsdType, std::uint16_t channel
 std::u16string CompressionText(const FileInfo& info) {
   const std::int64_t compressed = info.properties.compressed_size;
   const auto avg = static_cast<std::int64_t>(info.format.wave.avg_bytes_per_sec);
-  if (compressed <= 0 || info.lengthMs <= 0) return {};
+  if (compressed <= 0) return {};
   // Length above ~68 years would overflow; no real file gets there.
   if (info.lengthMs > std::numeric_limits<std::int64_t>::max() / std::max<std::int64_t>(avg, 1)) return {};
   std::int64_t uncompressed = avg * info.lengthMs / 1000;
-  if (uncompressed == 0) return {};
   // Headers and rounding make a PCM file a little off its nominal size: within 1 KB
-  // (or bigger than its PCM) counts as not compressed at all.
+  // (or bigger than its PCM) counts as not compressed at all. A file with no PCM size
+  // (1-bit DSD, whose average byte rate rounds to 0, or no length) lands here too and
+  // shows 100 rather than nothing.
   if (uncompressed < compressed || uncompressed - compressed < 1024) uncompressed = compressed;
   if (compressed > std::numeric_limits<std::int64_t>::max() / 100) return {};
   return FormatInteger(compressed * 100 / uncompressed) + u"%";
@@ -171,8 +172,9 @@ FileInfo PresentFileInfo(RawFileInfo raw, std::u16string_view file, std::uint32_
   SetTag(tags, u"Album Artist - Album - Disc - Track", byArtist);
   SetTag(tags, u"Album - Disc - Track", byAlbum);
 
-  // Kept as the plug-in wrote it; only an existing value is written back.
-  if (HasTag(tags, u"AccurateRipResult")) SetTag(tags, u"AccurateRipResult", TagValue(tags, u"AccurateRipResult"));
+  // Kept as the plug-in wrote it; a file without one gets the tag empty, so every
+  // opened file has the column.
+  SetTag(tags, u"AccurateRipResult", TagValue(tags, u"AccurateRipResult"));
   return info;
 }
 
@@ -202,9 +204,11 @@ bool ReadFileInfo(std::u16string_view file, clQzDecoder& decoder, FileInfo& info
 }
 
 std::u16string AudioQualitySortKey(std::u16string_view value) {
-  if (value.size() >= 4 && AsciiFoldEquals(value.substr(0, 4), u"High")) return u"S" + std::u16string(value);
-  if (value.starts_with(u"CD ") || value.starts_with(u"DVD ") || value.starts_with(u"DAT ") ||
-      value.starts_with(u"Perfect")) {
+  const auto startsWith = [value](std::u16string_view prefix) {
+    return value.size() >= prefix.size() && AsciiFoldEquals(value.substr(0, prefix.size()), prefix);
+  };
+  if (startsWith(u"High")) return u"S" + std::u16string(value);
+  if (startsWith(u"CD ") || startsWith(u"DVD ") || startsWith(u"DAT ") || startsWith(u"Perfect")) {
     return u"x" + std::u16string(value);
   }
   return std::u16string(value);

@@ -58,7 +58,8 @@ bool ReadFileInfo(std::u16string_view file, clQzDecoder& decoder, FileInfo& info
 
 // The column values from what the plug-in reported: merges the tag lists and sets
 // "Length", "Channels", "Sample Rate", "Sample Size", "Bit Rate", "Compression",
-// "Track", "Compilation" and the two album sort keys. `file` gives the extension.
+// "Track", "Compilation", the two album sort keys and "AccurateRipResult" (empty when
+// the plug-in gave none). `file` gives the extension.
 FileInfo PresentFileInfo(RawFileInfo raw, std::u16string_view file, std::uint32_t unitsFreq);
 
 // The leading whole number of `text` after leading blanks: optional sign, digits, up to
@@ -66,7 +67,8 @@ FileInfo PresentFileInfo(RawFileInfo raw, std::u16string_view file, std::uint32_
 std::int32_t LeadingNumber(std::u16string_view text);
 
 // What the "Audio Quality" column sorts by: "High..." first, then "CD ", "DVD ",
-// "DAT " and "Perfect..." labels, whatever follows the label.
+// "DAT " and "Perfect..." labels, whatever follows the label. The prefixes match in
+// any case ("cd ", "PERFECT"): the values come from taggers and rippers alike.
 std::u16string AudioQualitySortKey(std::u16string_view value);
 // Three-way comparison of two "Audio Quality" values by their sort keys.
 int CompareAudioQuality(std::u16string_view a, std::u16string_view b);

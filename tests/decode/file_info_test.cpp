@@ -163,6 +163,12 @@ INSTANTIATE_TEST_SUITE_P(
                     u"a.dsf",
                     0,
                     {{u"Bit Rate", u"11289 kbps"}, {u"Sample Rate", u"dsd128"}}},
+        // 1-bit samples give no PCM size at all: the file counts as not compressed.
+        PresentCase{"dsd_without_pcm_size_shows_100",
+                    Set(WithTags({{u"DSD Type", u"DSD64", {}}}), &Raw::bits, std::uint16_t{1}),
+                    u"a.dsf",
+                    0,
+                    {{u"Compression", u"100%"}}},
         PresentCase{"dsd512_mono",
                     Set(WithTags({{u"DSD Type", u"DSD512", {}}}), &Raw::channels, std::uint16_t{1}),
                     u"a.dsf",
@@ -233,11 +239,11 @@ INSTANTIATE_TEST_SUITE_P(
                     u"a.flac",
                     0,
                     {{u"Compression", std::nullopt}}},
-        PresentCase{"no_length",
+        PresentCase{"no_length_counts_as_not_compressed",
                     Set(Raw{}, &Raw::lengthMs, std::int64_t{0}),
                     u"a.flac",
                     0,
-                    {{u"Compression", std::nullopt}, {u"Length", u"0 seconds"}}},
+                    {{u"Compression", u"100%"}, {u"Length", u"0 seconds"}}},
         PresentCase{"length_replaces_plugin_text",
                     WithTags({{u"Length", u"bogus", {}}}),
                     u"a.flac",
@@ -294,6 +300,7 @@ INSTANTIATE_TEST_SUITE_P(
                     u"a.flac",
                     0,
                     {{u"AccurateRipResult", u"Accurate (confidence 7)"}}},
+        PresentCase{"accurate_rip_written_even_when_absent", Raw{}, u"a.flac", 0, {{u"AccurateRipResult", u""}}},
         PresentCase{"second_list_fills_gaps_only",
                     WithTags({{u"Artist", u"First", {}}}, {{u"ARTIST", u"Second", {}}, {u"Album", u"Alb", {}}}),
                     u"a.flac",
@@ -331,20 +338,40 @@ INSTANTIATE_TEST_SUITE_P(Table, LeadingNumberTest,
                                            NumberCase{u"99999999999", std::numeric_limits<std::int32_t>::max()},
                                            NumberCase{u"-99999999999", std::numeric_limits<std::int32_t>::min()}));
 
-TEST(AudioQualitySortTest, HighSortsBeforeTheLabelledQualities) {
-  std::vector<std::u16string> values{u"Perfect (rip)", u"CD 16/44.1", u"high 24/192", u"DVD 24/96",
+struct SortKeyCase {
+  std::u16string_view value;
+  std::u16string_view key;
+};
+
+void PrintTo(const SortKeyCase& c, std::ostream* os) { *os << Utf16ToUtf8(c.value); }
+
+class AudioQualitySortKeyTest : public ::testing::TestWithParam<SortKeyCase> {};
+
+TEST_P(AudioQualitySortKeyTest, LabelPrefixesIgnoringCase) {
+  EXPECT_EQ(AudioQualitySortKey(GetParam().value), GetParam().key) << Utf16ToUtf8(GetParam().value);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, AudioQualitySortKeyTest,
+                         ::testing::Values(SortKeyCase{u"High", u"SHigh"}, SortKeyCase{u"hIGH 24/96", u"ShIGH 24/96"},
+                                           SortKeyCase{u"CD ", u"xCD "}, SortKeyCase{u"cd 16/44.1", u"xcd 16/44.1"},
+                                           SortKeyCase{u"dvd 24/48", u"xdvd 24/48"},
+                                           SortKeyCase{u"Dat 16/48", u"xDat 16/48"},
+                                           SortKeyCase{u"perfect", u"xperfect"},
+                                           SortKeyCase{u"PERFECT rip", u"xPERFECT rip"},
+                                           // The blank belongs to the prefix; shorter texts stay.
+                                           SortKeyCase{u"CDX", u"CDX"}, SortKeyCase{u"DVD", u"DVD"},
+                                           SortKeyCase{u"Perfec", u"Perfec"}, SortKeyCase{u"Hig", u"Hig"},
+                                           SortKeyCase{u"Lossless", u"Lossless"}, SortKeyCase{u"", u""}));
+
+TEST(AudioQualitySortTest, HighSortsBeforeTheLabelledQualitiesWhateverTheirCase) {
+  std::vector<std::u16string> values{u"perfect (rip)", u"CD 16/44.1", u"high 24/192", u"dvd 24/96",
                                      u"DAT 16/48",     u"High 24/48", u"HIGH res"};
   std::sort(values.begin(), values.end(), [](const auto& a, const auto& b) { return CompareAudioQuality(a, b) < 0; });
   for (std::size_t i = 0; i < 3; ++i) EXPECT_TRUE(AsciiFoldEquals(values[i].substr(0, 4), u"high")) << i;
-  for (std::size_t i = 3; i < values.size(); ++i) EXPECT_FALSE(AsciiFoldEquals(values[i].substr(0, 4), u"high")) << i;
-
-  EXPECT_EQ(AudioQualitySortKey(u"High"), u"SHigh");
-  EXPECT_EQ(AudioQualitySortKey(u"CD "), u"xCD ");
-  EXPECT_EQ(AudioQualitySortKey(u"Perfect"), u"xPerfect");
-  // Only the exact labels get the prefix.
-  EXPECT_EQ(AudioQualitySortKey(u"CDX"), u"CDX");
-  EXPECT_EQ(AudioQualitySortKey(u"perfect"), u"perfect");
-  EXPECT_EQ(AudioQualitySortKey(u"Hig"), u"Hig");
+  EXPECT_EQ(values[3], u"CD 16/44.1");
+  EXPECT_EQ(values[4], u"DAT 16/48");
+  EXPECT_EQ(values[5], u"dvd 24/96");
+  EXPECT_EQ(values[6], u"perfect (rip)");
 }
 
 // --- Reading through real (fake) plug-ins ---

@@ -27,6 +27,7 @@
 #include "base/settings.h"
 #include "decode/plugin_folder.h"
 #include "ui/file_list_model.h"
+#include "ui/file_list_view.h"
 #include "ui/main_window.h"
 #include "ui/metadata_reader.h"
 

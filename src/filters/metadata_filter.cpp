@@ -46,9 +46,11 @@ void clFiltered::FromBytes(std::span<const std::uint8_t> bytes) {
   keys_.erase(std::unique(keys_.begin(), keys_.end()), keys_.end());
 }
 
-std::uint32_t clFilters::KeyFor(std::u16string_view value) {
+std::uint32_t clFilters::KeyFor(std::u16string_view value, bool newFile) {
   const std::uint32_t key = ValueKey(value);
-  if (catalogue_.Find(key) == FilterValueCatalogue::npos) catalogue_.Add(STFiltered{std::u16string(value), key});
+  std::size_t at = catalogue_.Find(key);
+  if (at == FilterValueCatalogue::npos) at = catalogue_.Add(STFiltered{std::u16string(value), key, 0});
+  if (newFile) ++catalogue_[at].files;
   return key;
 }
 
@@ -104,16 +106,17 @@ bool MetadataFilter::AnyMetadataSlotActive() const {
 bool MetadataFilter::IsMetadataExcluded(std::u16string_view path, clQzDecoder& decoder) {
   TagList tags;
   const bool opened = ReadFilterTags(path, decoder, tags);
-  return IsExcludedByTags(opened ? &tags : nullptr);
+  const bool newFile = seenFiles_.insert(std::hash<std::u16string_view>{}(path)).second;
+  return IsExcludedByTags(opened ? &tags : nullptr, newFile);
 }
 
-bool MetadataFilter::IsExcludedByTags(const TagList* tags) {
+bool MetadataFilter::IsExcludedByTags(const TagList* tags, bool newFile) {
   std::array<std::uint32_t, kMetadataSlotCount> keys{};
   if (tags != nullptr) {
     // Every slot learns the file's value before any slot decides, so the catalogues
     // offer the values of excluded files too.
     for (std::size_t i = 0; i < kMetadataSlotCount; ++i) {
-      if (!slots_[i].Field().empty()) keys[i] = slots_[i].KeyFor(SlotValueFor(slots_[i].Field(), *tags));
+      if (!slots_[i].Field().empty()) keys[i] = slots_[i].KeyFor(SlotValueFor(slots_[i].Field(), *tags), newFile);
     }
   }
   for (std::size_t i = 0; i < kMetadataSlotCount; ++i) {

@@ -20,6 +20,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "base/sorted_list.h"
@@ -29,10 +30,12 @@
 
 namespace tessaroven {
 
-// One catalogue entry: the value as first met, and its key.
+// One catalogue entry: the value as first met, its key, and how many different files
+// seen so far carry it (what the filter dialog shows beside the value).
 struct STFiltered {
   std::u16string value;
   std::uint32_t key = 0;
+  std::uint32_t files = 0;
   std::uint32_t Key() const { return key; }
 };
 using FilterValueCatalogue = XBinarySortList<STFiltered, XObjNoName>;
@@ -71,8 +74,9 @@ class clFilters {
   const std::u16string& Field() const { return field_; }
   void SetField(std::u16string field) { field_ = std::move(field); }
 
-  // The key of `value`, adding the value to the catalogue when its key is new.
-  std::uint32_t KeyFor(std::u16string_view value);
+  // The key of `value`, adding the value to the catalogue when its key is new. With
+  // `newFile`, the value's file count goes up by one.
+  std::uint32_t KeyFor(std::u16string_view value, bool newFile = false);
   const FilterValueCatalogue& Catalogue() const { return catalogue_; }
 
   clFiltered& Marked() { return marked_; }
@@ -145,13 +149,17 @@ class MetadataFilter {
   // that excludes decides. A file that no plug-in opens is never excluded.
   bool IsMetadataExcluded(std::u16string_view path, clQzDecoder& decoder);
   // The same decision from tags already read; null: the file could not be opened.
-  bool IsExcludedByTags(const TagList* tags);
+  // `newFile`: the first time this file is seen, so its values count it.
+  bool IsExcludedByTags(const TagList* tags, bool newFile = false);
 
   // Every slot: nothing marked, switch off. Fields and catalogues stay.
   void ClearSelections();
 
  private:
   std::array<clFilters, kMetadataSlotCount> slots_;
+  // The files already counted in the catalogues, by a hash of their path: a file
+  // listed and then collected is still one file.
+  std::unordered_set<std::uint64_t> seenFiles_;
 };
 
 }  // namespace tessaroven

@@ -85,6 +85,20 @@ ConversionResult HandOff(ConversionHost& host, const std::vector<std::u16string>
 
 }  // namespace
 
+namespace {
+
+// The files go to the converter, or, when there are none, the user is told.
+ConversionResult HandOffOrSayNothing(ConversionHost& host, const std::vector<std::u16string>& files) {
+  host.SetBusy(true);
+  if (files.empty()) {
+    ShowPrompt(kNoAudioFilesText, kMessageTitle, kPromptOk | kPromptIconError);
+    return ConversionResult::kNothingGathered;
+  }
+  return HandOff(host, files);
+}
+
+}  // namespace
+
 ConversionResult Convert(ConversionHost& host, std::chrono::milliseconds grace) {
   host.StopMetadataReader();
   NamedEvent* accept = host.AcceptEvent();
@@ -92,18 +106,20 @@ ConversionResult Convert(ConversionHost& host, std::chrono::milliseconds grace) 
 
   ConversionResult result = ConversionResult::kCancelled;
   std::vector<std::u16string> files;
-  if (GatherFiles(host, files, {}, nullptr, grace)) {
-    host.SetBusy(true);
-    if (files.empty()) {
-      ShowPrompt(kNoAudioFilesText, kMessageTitle, kPromptOk | kPromptIconError);
-      result = ConversionResult::kNothingGathered;
-    } else {
-      result = HandOff(host, files);
-    }
-  }
+  if (GatherFiles(host, files, {}, nullptr, grace)) result = HandOffOrSayNothing(host, files);
 
   host.SetBusy(false);
   // Set even when it was not set before: from now on this selector takes paths.
+  if (accept != nullptr && accept->IsOpen()) accept->Set();
+  return result;
+}
+
+ConversionResult ConvertFiles(ConversionHost& host, const std::vector<std::u16string>& files) {
+  host.StopMetadataReader();
+  NamedEvent* accept = host.AcceptEvent();
+  if (accept != nullptr && accept->IsOpen()) accept->Reset();
+  const ConversionResult result = HandOffOrSayNothing(host, files);
+  host.SetBusy(false);
   if (accept != nullptr && accept->IsOpen()) accept->Set();
   return result;
 }

@@ -99,6 +99,10 @@ enum class ConversionResult {
 // as with CollectSelectedFiles.
 ConversionResult Convert(ConversionHost& host, std::chrono::milliseconds grace = kCollectGracePeriod);
 
+// The hand-off of files already gathered (the converting list's own choice): the
+// same steps as Convert after its gathering, "No audio files selected" included.
+ConversionResult ConvertFiles(ConversionHost& host, const std::vector<std::u16string>& files);
+
 // Gathers the chosen files into `files` (folders with sub-folders, folders
 // without, single files; duplicates kept) through the collector, showing
 // `statusText` ("Indexing files..." when empty) in the progress dialog of

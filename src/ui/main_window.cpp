@@ -10,7 +10,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QHeaderView>
-#include <QInputDialog>
 #include <QLabel>
 #include <QMenu>
 #include <QMimeData>
@@ -38,8 +37,12 @@
 #include "ui/column_menu.h"
 #include "ui/crash_report_dialog.h"
 #include "ui/file_list_model.h"
+#include "ui/file_list_view.h"
 #include "ui/file_manager.h"
+#include "ui/filter_dialog.h"
 #include "ui/folder_tree_model.h"
+#include "ui/list_dialog.h"
+#include "ui/new_profile_dialog.h"
 #include "ui/processing_dialog.h"
 #include "ui/state_image_delegate.h"
 
@@ -49,18 +52,7 @@ namespace {
 
 QString Q(std::u16string_view text) { return QString::fromStdU16String(std::u16string(text)); }
 
-// The screen's horizontal dots per inch, read once: every size of the window and its
-// lists is scaled by the same factor, as the saved column widths assume.
-int ScreenDpiX() {
-  static const int dpi = [] {
-    const QScreen* screen = QGuiApplication::primaryScreen();
-    const int value = screen ? static_cast<int>(screen->logicalDotsPerInchX()) : kDesignDpi;
-    return value > 0 ? value : kDesignDpi;
-  }();
-  return dpi;
-}
-
-int Scaled(int pixelsAt96) { return pixelsAt96 * ScreenDpiX() / kDesignDpi; }
+int Scaled(int pixelsAt96) { return ScaledToScreen(pixelsAt96); }
 
 QIcon Icon(const char* name) { return QIcon(QStringLiteral(":/icons/%1.svg").arg(QLatin1String(name))); }
 
@@ -79,7 +71,6 @@ std::vector<QIcon> TreeStateImages() {
           Icon("tick-folder-no-sub")};
 }
 
-std::vector<QIcon> FileCheckImages() { return {QIcon(), Icon("file-unticked"), Icon("file-ticked")}; }
 
 // The file of the help page: beside the program, or in the shared data of an
 // installed copy.
@@ -222,11 +213,9 @@ void frmMain::BuildControls() {
   clearButton_ = textButton(QStringLiteral("Clear"), QStringLiteral("Unselects all Folders & Files"), "_cmdReset");
   filterButton_ =
       textButton(QStringLiteral("Filter"), QStringLiteral("Remove Audio Types From Conversion"), "_cmdFilter");
-  // The converting list and the filter dialog are built next; until then the
-  // buttons say so rather than do nothing.
-  listButton_->setEnabled(false);
-  filterButton_->setEnabled(false);
   connect(convertButton_, &QPushButton::clicked, this, &frmMain::OnConvert);
+  connect(listButton_, &QPushButton::clicked, this, &frmMain::OnList);
+  connect(filterButton_, &QPushButton::clicked, this, &frmMain::OnFilter);
   connect(refreshButton_, &QPushButton::clicked, this, [this] { RefreshTree(); });
   connect(clearButton_, &QPushButton::clicked, this, &frmMain::OnClear);
 
@@ -273,42 +262,24 @@ void frmMain::BuildControls() {
           [this](const QModelIndex&, const QModelIndex&) { OnCurrentFolderChanged(); });
 
   // The file list.
-  listModel_ = new FileListModel(filters_.Types(), this);
+  list_ = new FileListView(filters_.Types(), kMainColumnsValue, kMainColumnWidthsValue, kDefaultMainColumns, this);
+  list_->setObjectName(QStringLiteral("_ListFiles"));
+  list_->setAccessibleName(QStringLiteral("Audio files"));
+  listModel_ = list_->Model();
   listModel_->tickChanged = [this](std::size_t row, bool ticked) {
     selection_.SetFileSelected(row, ticked);
     UpdateStatusLine();
   };
-  list_ = new QTableView(this);
-  list_->setObjectName(QStringLiteral("_ListFiles"));
-  list_->setAccessibleName(QStringLiteral("Audio files"));
-  list_->setModel(listModel_);
-  list_->setItemDelegateForColumn(0, new StateImageDelegate(FileCheckImages(), Scaled(kTreeImageSize), Scaled(kTreeItemHeight), list_));
-  list_->setSelectionBehavior(QAbstractItemView::SelectRows);
-  list_->setSelectionMode(QAbstractItemView::ExtendedSelection);
-  list_->setShowGrid(false);
-  list_->setWordWrap(false);
-  list_->setAlternatingRowColors(false);
-  list_->verticalHeader()->hide();
-  list_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-  list_->verticalHeader()->setDefaultSectionSize(Scaled(kTreeItemHeight) + 2);
-  list_->horizontalHeader()->setAccessibleName(QStringLiteral("Columns"));
-  // The corner button selects every row; a screen reader should say so.
-  if (auto* corner = list_->findChild<QAbstractButton*>()) corner->setAccessibleName(QStringLiteral("Select All"));
-  list_->horizontalHeader()->setSectionsMovable(true);
-  list_->horizontalHeader()->setHighlightSections(false);
-  list_->horizontalHeader()->setSortIndicatorShown(false);
-  list_->horizontalHeader()->setContextMenuPolicy(Qt::CustomContextMenu);
-  list_->setContextMenuPolicy(Qt::CustomContextMenu);
-  connect(list_->horizontalHeader(), &QHeaderView::sectionClicked, this, &frmMain::OnHeaderClicked);
-  connect(list_->horizontalHeader(), &QHeaderView::customContextMenuRequested, this,
-          [this](QPoint pos) { ColumnMenuAt(list_->horizontalHeader()->mapToGlobal(pos)); });
-  connect(list_, &QTableView::customContextMenuRequested, this, &frmMain::ShowListContextMenu);
-
-  const ColumnSet columns = LoadColumnSet(kMainColumnsValue, kMainColumnWidthsValue, kDefaultMainColumns, ScreenDpiX());
-  std::vector<std::u16string> names;
-  for (const ColumnSpec& column : columns) names.push_back(column.name);
-  listModel_->SetColumns(std::move(names));
-  for (std::size_t i = 0; i < columns.size(); ++i) list_->setColumnWidth(static_cast<int>(i), columns[i].width);
+  list_->checkCommand = [this](CheckCommand command) {
+    if (command == CheckCommand::kCheckAll)
+      selection_.CheckAll();
+    else if (command == CheckCommand::kUncheckAll)
+      selection_.UncheckAll();
+    else
+      selection_.InvertSelection();
+    UpdateStatusLine();
+  };
+  list_->LoadColumns();
 
   // Tab order: the two views first, where the work is done.
   setTabOrder(tree_, list_);
@@ -681,17 +652,11 @@ void frmMain::RefillFileList() {
   listModel_->SetEntries(std::move(entries), nullptr);
   for (std::size_t row = 0; row < listModel_->RowCount(); ++row)
     listModel_->SetImage(row, selection_.IsFileSelected(row) ? kFileImageTicked : kFileImageUnticked);
-  ApplySortAfterRefill();
+  list_->Resort();
   reader_.Start(listModel_->ListedPaths());
   UpdateStatusLine();
   UpdateReadingIndicator();
   QApplication::restoreOverrideCursor();
-}
-
-void frmMain::ApplySortAfterRefill() {
-  if (sortColumn_ < 0 || sortColumn_ >= listModel_->columnCount()) return;
-  const std::u16string& name = listModel_->Columns()[static_cast<std::size_t>(sortColumn_)];
-  listModel_->sort(sortColumn_, sortAscending_[name] ? Qt::AscendingOrder : Qt::DescendingOrder);
 }
 
 void frmMain::UpdateStatusLine() {
@@ -727,135 +692,7 @@ void frmMain::UpdateStatusLine() {
 void frmMain::ClearFilters() {
   filters_.Clear();
   audio_->ClearCache();
-}
-
-void frmMain::OnHeaderClicked(int section) {
-  if (section < 0 || section >= listModel_->columnCount()) return;
-  const std::u16string& name = listModel_->Columns()[static_cast<std::size_t>(section)];
-  // Each column remembers its direction and turns it round on the next click; the
-  // first click on a column sorts it ascending.
-  const auto found = sortAscending_.find(name);
-  const bool ascending = found == sortAscending_.end() ? true : !found->second;
-  sortAscending_[name] = ascending;
-  sortColumn_ = section;
-  QHeaderView* header = list_->horizontalHeader();
-  header->setSortIndicatorShown(true);
-  header->setSortIndicator(section, ascending ? Qt::AscendingOrder : Qt::DescendingOrder);
-  listModel_->sort(section, ascending ? Qt::AscendingOrder : Qt::DescendingOrder);
-}
-
-void frmMain::ColumnMenuAt(QPoint globalPos) {
-  ColumnSet current;
-  for (int i = 0; i < listModel_->columnCount(); ++i)
-    current.push_back({listModel_->Columns()[static_cast<std::size_t>(i)], list_->columnWidth(i)});
-  if (const auto choice = ShowColumnMenu(this, globalPos, current)) ApplyColumnMenuChoice(*choice);
-}
-
-void frmMain::ApplyColumnMenuChoice(const ColumnMenuChoice& choice) {
-  QHeaderView* header = list_->horizontalHeader();
-  ColumnSet current;
-  for (int visual = 0; visual < header->count(); ++visual) {
-    const int logical = header->logicalIndex(visual);
-    current.push_back({listModel_->Columns()[static_cast<std::size_t>(logical)], list_->columnWidth(logical)});
-  }
-  const ColumnChoiceOutcome outcome = ApplyColumnChoice(current, choice, kDefaultMainColumns, ScreenDpiX());
-  sortColumn_ = -1;
-  header->setSortIndicatorShown(false);
-  switch (outcome.change) {
-    case ColumnChange::kDefaultsRestored: {
-      std::vector<std::u16string> names;
-      for (const ColumnSpec& column : current) names.push_back(column.name);
-      listModel_->SetColumns(std::move(names));
-      // Fresh sections: the user's order is gone with the old set.
-      for (int i = 0; i < header->count(); ++i) header->moveSection(header->visualIndex(i), i);
-      for (std::size_t i = 0; i < current.size(); ++i) list_->setColumnWidth(static_cast<int>(i), current[i].width);
-      break;
-    }
-    case ColumnChange::kRemoved:
-      if (outcome.deleteListColumn) {
-        const auto& columns = listModel_->Columns();
-        for (std::size_t i = 0; i < columns.size(); ++i) {
-          if (columns[i] == *outcome.deleteListColumn) {
-            listModel_->RemoveColumn(static_cast<int>(i));
-            break;
-          }
-        }
-      }
-      break;
-    case ColumnChange::kAdded:
-      listModel_->AddColumn(current.back().name);
-      list_->setColumnWidth(listModel_->columnCount() - 1, current.back().width);
-      break;
-  }
-}
-
-std::vector<std::u16string> frmMain::ChosenRowPaths() const {
-  std::vector<std::u16string> paths;
-  const QModelIndexList rows = list_->selectionModel()->selectedRows();
-  for (const QModelIndex& index : rows)
-    paths.push_back(listModel_->Row(static_cast<std::size_t>(index.row())).entry.path);
-  return paths;
-}
-
-void frmMain::ShowListContextMenu(QPoint pos) {
-  QMenu menu(this);
-  QAction* checkAll = menu.addAction(QStringLiteral("Check All"));
-  QAction* uncheckAll = menu.addAction(QStringLiteral("Uncheck All"));
-  QAction* invert = menu.addAction(QStringLiteral("Invert Selection"));
-  menu.addSeparator();
-  QAction* editTags = menu.addAction(QStringLiteral("Edit ID Tags"));
-  QAction* explore = menu.addAction(QStringLiteral("Explore to File Location"));
-  const bool onRow = list_->indexAt(pos).isValid();
-  editTags->setEnabled(!ChosenRowPaths().empty());
-  explore->setEnabled(onRow);
-  const bool empty = listModel_->RowCount() == 0;
-  checkAll->setEnabled(!empty);
-  uncheckAll->setEnabled(!empty);
-  invert->setEnabled(!empty);
-  QAction* chosen = menu.exec(list_->viewport()->mapToGlobal(pos));
-  if (!chosen) return;
-  if (chosen == checkAll)
-    selection_.CheckAll();
-  else if (chosen == uncheckAll)
-    selection_.UncheckAll();
-  else if (chosen == invert)
-    selection_.InvertSelection();
-  else if (chosen == editTags)
-    EditIdTags();
-  else if (chosen == explore) {
-    list_->setCurrentIndex(list_->indexAt(pos));
-    ExploreToFileLocation();
-  }
-  UpdateStatusLine();
-}
-
-void frmMain::EditIdTags() {
-  const std::vector<std::u16string> files = ChosenRowPaths();
-  if (files.empty()) return;
-  const QString editor = Q(ExecutableFolder()) + QStringLiteral("ombrisel");
-  if (QFileInfo(editor).isExecutable()) {
-    std::u16string listFile;
-    if (!CreateTempFile(listFile, u"QzS") || !WriteListFile(listFile, files)) return;
-    // The editor owns the list file from here on and deletes it when done.
-    QProcess::startDetached(editor, {QStringLiteral("-edit_tags=") + Q(listFile)});
-    return;
-  }
-  // No editor of our own: the first tag editor of the desktop that is installed.
-  for (const char* program : {"kid3-qt", "kid3", "puddletag", "easytag"}) {
-    const QString found = QStandardPaths::findExecutable(QLatin1String(program));
-    if (found.isEmpty()) continue;
-    QStringList arguments;
-    for (const std::u16string& file : files) arguments << Q(file);
-    if (QProcess::startDetached(found, arguments)) return;
-  }
-  ShowPrompt(u"No tag editor was found. Install Kid3, puddletag or EasyTAG to edit the tags of these files.",
-             kMessageTitle, kPromptOk | kPromptIconInformation);
-}
-
-void frmMain::ExploreToFileLocation() {
-  const QModelIndex current = list_->currentIndex();
-  if (!current.isValid()) return;
-  ShowInFileManager(listModel_->Row(static_cast<std::size_t>(current.row())).entry.path);
+  UpdateFilterButton();
 }
 
 // ---------------------------------------------------------------------------------
@@ -863,6 +700,41 @@ void frmMain::ExploreToFileLocation() {
 
 void frmMain::OnConvert() {
   Convert(*static_cast<ConversionHost*>(this));
+}
+
+void frmMain::OnList() {
+  StopMetadataReader();
+  std::vector<std::u16string> files;
+  if (!GatherFiles(*static_cast<ConversionHost*>(this), files)) return;
+  frmList dialog(std::move(files), filters_.Types(), this);
+  const int result = dialog.exec();
+  if (result == kConvertResult) ConvertFiles(*static_cast<ConversionHost*>(this), dialog.CheckedFiles());
+  // The reader was stopped for the gathering; the shown folder's rows still need it.
+  RefillFileList();
+}
+
+void frmMain::OnFilter() {
+  // The tag tabs offer the values of the chosen files: read them first, with the
+  // progress the collector shows on a long walk.
+  StopMetadataReader();
+  CollectSelectedFiles(selection_.Lists(), filters_, decoder_, true, u"Reading tags: ",
+                       *static_cast<ConversionHost*>(this));
+  frmFilter dialog(filters_, this);
+  if (dialog.exec() == 1) {
+    audio_->ClearCache();
+    UpdateFilterButton();
+  }
+  RefillFileList();
+}
+
+void frmMain::UpdateFilterButton() {
+  // A filter that is on narrows every list and conversion: the button says so.
+  const bool active = filters_.AnyFilterActive();
+  QFont font = filterButton_->font();
+  font.setBold(active);
+  filterButton_->setFont(font);
+  filterButton_->setAccessibleDescription(active ? QStringLiteral("Filters are on")
+                                                 : QStringLiteral("Remove Audio Types From Conversion"));
 }
 
 void frmMain::OnClear() {
@@ -969,13 +841,7 @@ void frmMain::ShowWindow() {
   raise();
 }
 
-std::optional<std::u16string> frmMain::RunNewProfileDialog() {
-  bool ok = false;
-  const QString name = QInputDialog::getText(this, Q(kMessageTitle), QStringLiteral("New profile name:"),
-                                             QLineEdit::Normal, QString(), &ok);
-  if (!ok) return std::nullopt;
-  return name.trimmed().toStdU16String();
-}
+std::optional<std::u16string> frmMain::RunNewProfileDialog() { return tessaroven::RunNewProfileDialog(this); }
 
 void frmMain::ProfileListChanged() {
   const QSignalBlocker quiet(profileBox_);
@@ -983,6 +849,9 @@ void frmMain::ProfileListChanged() {
   const ProfileList& list = profiles_->List();
   for (const std::u16string& entry : list.entries) profileBox_->addItem(Q(entry));
   profileBox_->setCurrentIndex(static_cast<int>(list.selected));
+  // A profile brings its own filters.
+  audio_->ClearCache();
+  UpdateFilterButton();
   UpdateStatusLine();
 }
 
@@ -998,13 +867,7 @@ void frmMain::SaveLayout() {
   SettingsSetDword(static_cast<std::uint32_t>(savedRect_.top), kTopValue);
   SettingsSetDword(static_cast<std::uint32_t>(savedRect_.bottom), kBottomValue);
   SettingsSetDword(static_cast<std::uint32_t>(divider_), kDividerValue);
-  ColumnSet columns;
-  const QHeaderView* header = list_->horizontalHeader();
-  for (int visual = 0; visual < header->count(); ++visual) {
-    const int logical = header->logicalIndex(visual);
-    columns.push_back({listModel_->Columns()[static_cast<std::size_t>(logical)], list_->columnWidth(logical)});
-  }
-  SaveColumnSet(kMainColumnsValue, kMainColumnWidthsValue, columns);
+  list_->SaveColumns();
 }
 
 void frmMain::closeEvent(QCloseEvent* event) {

@@ -44,6 +44,7 @@ class QTreeView;
 namespace tessaroven {
 
 class FileListModel;
+class FileListView;
 class FolderTreeModel;
 
 inline constexpr int kTickMilliseconds = 50;
@@ -80,14 +81,11 @@ class frmMain : public QWidget, private SelectionView, private ConversionHost, p
 
   // Parts the tests drive as a user would.
   QTreeView* Tree() const { return tree_; }
-  QTableView* List() const { return list_; }
+  FileListView* List() const { return list_; }
   FolderTreeModel* TreeModel() const { return treeModel_; }
   FileListModel* ListModel() const { return listModel_; }
   SelectionModel& Selection() { return selection_; }
   MetadataReader& Reader() { return reader_; }
-  // The file list's header menu, and what a choice made in it does.
-  void ColumnMenuAt(QPoint globalPos);
-  void ApplyColumnMenuChoice(const ColumnMenuChoice& choice);
   // Writes every persisted value, as closing does.
   void SaveLayout();
   // Fits the window to its monitor's work area (its own maximised state).
@@ -157,16 +155,13 @@ class frmMain : public QWidget, private SelectionView, private ConversionHost, p
   void UpdateCaptionButtons();
   void UpdateReadingIndicator();
   void OnCurrentFolderChanged();
-  void OnHeaderClicked(int section);
-  void ShowListContextMenu(QPoint pos);
-  void EditIdTags();
-  void ExploreToFileLocation();
   void OnConvert();
+  void OnList();
+  void OnFilter();
+  void UpdateFilterButton();
   void OnClear();
   void OnHelp();
   void OnDrivesChanged();
-  void ApplySortAfterRefill();
-  std::vector<std::u16string> ChosenRowPaths() const;
 
   SingleInstance& instance_;
   FilterState filters_;
@@ -180,7 +175,7 @@ class frmMain : public QWidget, private SelectionView, private ConversionHost, p
   FolderTreeModel* treeModel_ = nullptr;
   FileListModel* listModel_ = nullptr;
   QTreeView* tree_ = nullptr;
-  QTableView* list_ = nullptr;
+  FileListView* list_ = nullptr;
   QToolButton* minimizeButton_ = nullptr;
   QToolButton* restoreButton_ = nullptr;
   QToolButton* closeButton_ = nullptr;
@@ -208,8 +203,6 @@ class frmMain : public QWidget, private SelectionView, private ConversionHost, p
   bool draggingDivider_ = false;
   int lastDragX_ = 0;
   QElapsedTimer displayChange_;  // invalid when no change is pending
-  int sortColumn_ = -1;
-  std::map<std::u16string, bool> sortAscending_;  // each column's last direction
   bool placing_ = false;                          // moves made by the window itself
 };
 

@@ -156,6 +156,23 @@ TEST(MetadataFilterTest, EverySlotLearnsTheFileEvenWhenAnEarlierSlotExcludes) {
   EXPECT_EQ(filter.Slot(1).Catalogue().Count(), 0u);
 }
 
+// The dialog shows beside each value how many files carry it: a file read again (listed,
+// then collected) is still one file.
+class MetadataFileCountTest : public test::PluginFolderFixture {};
+
+TEST_F(MetadataFileCountTest, CountsEachFileOncePerValue) {
+  InstallAll({u"alpha", u"beta"});
+  MetadataFilter filter({u"Plugin", u"", u"", u"", u"", u"", u"", u""});
+  clQzDecoder decoder;
+  for (const char16_t* file : {u"a.fka", u"b.fkb", u"a2.fka", u"a.fka", u"b.fkb"})
+    filter.IsMetadataExcluded(Folder() + file, decoder);
+  const FilterValueCatalogue& values = filter.Slot(0).Catalogue();
+  ASSERT_EQ(values.Count(), 2u);
+  EXPECT_EQ(values[0].value, u"alpha");
+  EXPECT_EQ(values[0].files, 2u);
+  EXPECT_EQ(values[1].files, 1u);
+}
+
 // --- Reading files through the fake plug-ins ---
 //
 // alpha (.fka): first tag block Plugin=alpha, Artist="Alpha Artist", Track, Rating;

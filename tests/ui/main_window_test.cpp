@@ -19,6 +19,7 @@
 #include "qt_test_app.h"
 #include "selection/file_columns.h"
 #include "ui/file_list_model.h"
+#include "ui/file_list_view.h"
 #include "ui/folder_tree_model.h"
 #include "ui/state_image_delegate.h"
 
@@ -304,18 +305,18 @@ TEST_F(MainWindowTest, TheHeaderMenuAddsRemovesAndRestoresColumns) {
   using Names = std::vector<std::u16string>;
   EXPECT_EQ(window->ListModel()->Columns(), (Names{u"Name", u"No Such Column"}));
   EXPECT_EQ(window->List()->columnWidth(0), 200);
-  window->ApplyColumnMenuChoice({false, u"Album"});
+  window->List()->ApplyColumnMenuChoice({false, u"Album"});
   EXPECT_EQ(window->ListModel()->Columns(), (Names{u"Name", u"No Such Column", u"Album"}));
-  window->ApplyColumnMenuChoice({false, u"no such column"});  // removed from the set, kept in the list
-  window->ApplyColumnMenuChoice({false, u"No Such Column"});
+  window->List()->ApplyColumnMenuChoice({false, u"no such column"});  // removed from the set, kept in the list
+  window->List()->ApplyColumnMenuChoice({false, u"No Such Column"});
   EXPECT_EQ(window->ListModel()->Columns(), (Names{u"Name", u"Album"}));
-  window->ApplyColumnMenuChoice({true, {}});
+  window->List()->ApplyColumnMenuChoice({true, {}});
   EXPECT_EQ(window->ListModel()->Columns(), Names(kDefaultMainColumns.begin(), kDefaultMainColumns.end()));
 }
 
 TEST_F(MainWindowTest, ClosingWritesEveryValue) {
   auto window = Open(selector_);
-  window->ApplyColumnMenuChoice({false, u"Album"});
+  window->List()->ApplyColumnMenuChoice({false, u"Album"});
   window->List()->setColumnWidth(0, 321);
   window->close();
   EXPECT_EQ(SettingsGetDword(kNotMaxValue), 0u);

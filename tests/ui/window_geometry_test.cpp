@@ -28,7 +28,7 @@ INSTANTIATE_TEST_SUITE_P(
                       FitCase{"left", {40, 0, 1920, 1080}, {41, 0, 1920, 1080}},
                       FitCase{"right", {0, 0, 1880, 1080}, {0, 0, 1879, 1080}},
                       FitCase{"hidden", {0, 0, 1920, 1080}, {0, 0, 1920, 1079}}),
-    [](const auto& info) { return std::string(info.param.bar); });
+    [](const auto& param) { return std::string(param.param.bar); });
 
 TEST(WindowGeometryTest, FirstStartTakesTheMiddleThreeFifths) {
   EXPECT_EQ(MiddleThreeFifths({0, 0, 1920, 1080}), (ScreenRect{384, 216, 1536, 864}));

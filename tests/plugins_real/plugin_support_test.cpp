@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "base/text.h"
+#include "decode/file_info.h"
 
 namespace tessaroven::plugin {
 namespace {
@@ -40,27 +41,18 @@ const QualityCase kQualityCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Shapes, QualityLabelTest, testing::ValuesIn(kQualityCases));
 
-// The "Audio Quality" column puts S before values starting "High" and x before
-// "CD ", "DVD ", "DAT " and "Perfect"; the labels must land in those groups.
-std::u16string ColumnSortKey(const std::u16string& value) {
-  const std::u16string folded = AsciiFold(value);
-  if (folded.rfind(u"high", 0) == 0) return u"S" + value;
-  for (const char16_t* prefix : {u"CD ", u"DVD ", u"DAT ", u"Perfect"}) {
-    if (value.rfind(prefix, 0) == 0) return u"x" + value;
-  }
-  return value;
-}
-
+// The labels must land in the groups of the "Audio Quality" column's own sort: every
+// "High ..." before the "CD ", "DAT " and "DVD " labels.
 TEST(QualityLabel, HighResolutionSortsBeforeTheStandardLabels) {
   std::vector<std::u16string> labels;
   for (const auto& c : kQualityCases) {
     if (*c.label && std::u16string_view(c.label).rfind(u"Lossless", 0) != 0) labels.push_back(c.label);
   }
   std::sort(labels.begin(), labels.end(),
-            [](const auto& a, const auto& b) { return ColumnSortKey(a) < ColumnSortKey(b); });
+            [](const auto& a, const auto& b) { return CompareAudioQuality(a, b) < 0; });
   const auto firstStandard = std::find_if(labels.begin(), labels.end(), [](const auto& l) { return l[0] != u'H'; });
+  ASSERT_NE(firstStandard, labels.end());
   EXPECT_TRUE(std::all_of(labels.begin(), firstStandard, [](const auto& l) { return l.rfind(u"High", 0) == 0; }));
-  EXPECT_TRUE(std::all_of(firstStandard, labels.end(), [](const auto& l) { return ColumnSortKey(l)[0] == u'x'; }));
   // CD, then DAT, then DVD: rising resolution reads in order too.
   EXPECT_EQ(firstStandard->substr(0, 3), u"CD ");
   EXPECT_EQ(labels.back().substr(0, 4), u"DVD ");

@@ -8,12 +8,7 @@
 
 namespace tessaroven::test {
 
-std::u16string ReadResult::Tag(std::u16string_view name) const {
-  for (const auto& [n, v] : tags) {
-    if (AsciiFoldEquals(n, name)) return v;
-  }
-  return {};
-}
+std::u16string ReadResult::Tag(std::u16string_view name) const { return TagValue(tags, name); }
 
 std::string DataFolder() { return std::string(TESSAROVEN_TEST_DATA) + "/"; }
 
@@ -70,43 +65,6 @@ std::u16string RealPlugin::PropertyElements() const {
   return text;
 }
 
-namespace {
-
-// The tag block parser of the selector, written again here so that the plug-ins are
-// checked against the format itself rather than against the code that reads it.
-std::vector<std::pair<std::u16string, std::u16string>> ParseTags(const std::uint8_t* block, std::int32_t length) {
-  std::vector<std::pair<std::u16string, std::u16string>> tags;
-  if (!block || length <= 4) return tags;
-  std::int32_t count = 0;
-  std::memcpy(&count, block, 4);
-  std::int32_t pos = 4;
-  for (std::int32_t i = 0; i < count; ++i) {
-    if (length - pos < 4) break;
-    std::int32_t size = 0;
-    std::memcpy(&size, block + pos, 4);
-    if (size < 4 || size > length - pos) break;
-    std::int32_t at = pos + 4;
-    const std::int32_t end = pos + size;
-    auto readText = [&] {
-      std::u16string text;
-      while (end - at >= 2) {
-        char16_t c = static_cast<char16_t>(block[at] | (block[at + 1] << 8));
-        at += 2;
-        if (c == 0) break;
-        text += c;
-      }
-      return text;
-    };
-    std::u16string name = readText();
-    std::u16string value = readText();
-    tags.emplace_back(std::move(name), std::move(value));
-    pos = end;
-  }
-  return tags;
-}
-
-}  // namespace
-
 ReadResult RealPlugin::Read(const std::string& path) const {
   ReadResult result;
   if (!Loaded()) return result;
@@ -124,8 +82,8 @@ ReadResult RealPlugin::Read(const std::string& path) const {
     result.bitRate = record.properties.bit_rate;
     result.lengthMs = record.properties.length_ms;
     result.compressedSize = record.properties.compressed_size;
-    result.tags = ParseTags(record.tags1, record.tags1_length);
-    for (auto& tag : ParseTags(record.tags2, record.tags2_length)) result.tags.push_back(std::move(tag));
+    result.tags = ParseTagBlock(record.tags1, record.tags1_length);
+    for (auto& tag : ParseTagBlock(record.tags2, record.tags2_length)) result.tags.push_back(std::move(tag));
   }
   destroy_(instance);
   return result;

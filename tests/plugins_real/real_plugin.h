@@ -1,15 +1,17 @@
 // Loads a real decoder plug-in from the build's "decoder" folder with dlopen and
 // reads files through its exports the way the selector does: a fresh instance per
-// file, a zeroed open record, the tag block parsed and the instance destroyed.
+// file, a zeroed open record, the tag blocks parsed by the selector's own reader and
+// the instance destroyed. Unlike ReadFileInfo it keeps the two blocks apart from any
+// presentation, so the tests see exactly what the plug-in wrote.
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
 #define TESSAROVEN_DECODER_PLUGIN_HOST
 #include "tessaroven/decoder_plugin.h"
+#include "decode/tag_block.h"
 
 namespace tessaroven::test {
 
@@ -19,7 +21,7 @@ struct ReadResult {
   std::uint32_t bitRate = 0;
   std::int64_t lengthMs = 0;
   std::int64_t compressedSize = 0;
-  std::vector<std::pair<std::u16string, std::u16string>> tags;  // in block order
+  TagList tags;  // the first block's, then the second's, in block order
 
   // The value of the tag of that name, empty when absent.
   std::u16string Tag(std::u16string_view name) const;

@@ -154,7 +154,7 @@ TEST_P(FixtureTest, ReadsFormatLengthBitRateQualityAndTags) {
   }
   // Names never repeat: several values share one tag.
   std::set<std::u16string> names;
-  for (const auto& tag : r.tags) EXPECT_TRUE(names.insert(AsciiFold(tag.first)).second) << Utf16ToUtf8(tag.first);
+  for (const auto& tag : r.tags) EXPECT_TRUE(names.insert(AsciiFold(tag.name)).second) << Utf16ToUtf8(tag.name);
 }
 
 // clang-format off
@@ -229,8 +229,8 @@ TEST(RealPlugins, DsdFilesNameTheirDsdTypeFirst) {
     const ReadResult r = Plugin("ffmpeg").Read(DataFolder() + file);
     ASSERT_TRUE(r.opened) << file;
     ASSERT_FALSE(r.tags.empty());
-    EXPECT_EQ(r.tags.front().first, u"DSD Type") << file;
-    EXPECT_EQ(r.tags.front().second, type) << file;
+    EXPECT_EQ(r.tags.front().name, u"DSD Type") << file;
+    EXPECT_EQ(r.tags.front().value, type) << file;
   }
 }
 

@@ -14,6 +14,7 @@
 #include <taglib/asffile.h>
 #include <taglib/flacfile.h>
 #include <taglib/id3v2header.h>
+#include <taglib/mpegheader.h>
 #include <taglib/id3v2tag.h>
 #include <taglib/mp4file.h>
 #include <taglib/mpcfile.h>
@@ -149,7 +150,8 @@ struct CodecFacts {
   int bitsPerSample = 0;
   std::int64_t tagBytes = 0;     // bytes of tags TagLib located in the file
   std::int64_t audioBytes = -1;  // exact size of the audio data when known
-  std::int64_t lengthMs = -1;    // when TagLib's own length is missing
+  std::int64_t lengthMs = -1;    // when TagLib's own length is missing or wrong
+  std::int64_t bitRate = -1;     // bits per second, when TagLib's own is wrong
   // Tag sources to merge, the first one winning for a key; empty means the file's
   // own merged view.
   std::vector<TagLib::PropertyMap> tagSources;
@@ -202,6 +204,34 @@ long long LastGranulePosition(TagLib::File& file) {
   return -1;
 }
 
+// The lowest bit rate, in kbit/s, that MPEG audio of this version and layer can have.
+int LowestMpegBitRate(const TagLib::MPEG::Header& header) {
+  return header.version() == TagLib::MPEG::Header::Version1 || header.layer() == 1 ? 32 : 8;
+}
+
+// TagLib takes the frame count of a Xing header on trust. A count that the data could
+// not hold even at the lowest bit rate of the stream's format is wrong (with a tenth to
+// spare for padding and rounding); the first frame's bit rate over the data then gives
+// the length and the bit rate, as for a file without such a header.
+void CheckXingLength(TagLib::MPEG::File& file, CodecFacts& facts) {
+  const TagLib::MPEG::Properties* props = file.audioProperties();
+  if (!props || !props->xingHeader()) return;
+  const long first = file.firstFrameOffset();
+  if (first < 0) return;
+  const TagLib::MPEG::Header header(&file, first, false);
+  if (!header.isValid() || header.bitrate() <= 0) return;
+  // The first frame holds the Xing header itself, not audio.
+  std::int64_t dataBytes = static_cast<std::int64_t>(file.length()) - first - header.frameLength();
+  if (file.hasAPETag()) dataBytes -= ApeSize(file.APETag());
+  if (file.hasID3v1Tag()) dataBytes -= 128;
+  if (dataBytes <= 0) return;
+  // Bytes x 8 / kbit/s = milliseconds.
+  const std::int64_t mostMs = dataBytes * 8 / LowestMpegBitRate(header);
+  if (props->lengthInMilliseconds() <= mostMs + mostMs / 10) return;
+  facts.lengthMs = dataBytes * 8 / header.bitrate();
+  facts.bitRate = std::int64_t{header.bitrate()} * 1000;
+}
+
 // Opens the file as its extension's type. Ogg audio (.oga) may hold FLAC or Vorbis,
 // so both are tried.
 std::unique_ptr<TagLib::File> OpenFile(Kind kind, const char* path, CodecFacts& facts) {
@@ -219,6 +249,7 @@ std::unique_ptr<TagLib::File> OpenFile(Kind kind, const char* path, CodecFacts& 
         if (file->hasID3v2Tag()) facts.tagBytes += Id3v2Size(file->ID3v2Tag());
         if (file->hasAPETag()) facts.tagBytes += ApeSize(file->APETag());
         if (file->hasID3v1Tag()) facts.tagBytes += 128;
+        CheckXingLength(*file, facts);
       }
       return file;
     }
@@ -406,7 +437,8 @@ bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) {
   result.sampleRate = props->sampleRate();
   result.bitsPerSample = facts.bitsPerSample > 0 ? facts.bitsPerSample : 16;
   result.formatTag = facts.floatingPoint ? TSV_FORMAT_TAG_IEEE_FLOAT : TSV_FORMAT_TAG_PCM;
-  result.bitRate = static_cast<std::uint32_t>(std::max(props->bitrate(), 0)) * 1000u;
+  result.bitRate = facts.bitRate >= 0 ? static_cast<std::uint32_t>(std::min<std::int64_t>(facts.bitRate, UINT32_MAX))
+                                      : static_cast<std::uint32_t>(std::max(props->bitrate(), 0)) * 1000u;
   result.lengthMs = facts.lengthMs >= 0 ? facts.lengthMs : props->lengthInMilliseconds();
   if (result.bitRate == 0 && result.lengthMs > 0) {
     result.bitRate = static_cast<std::uint32_t>(std::min<std::int64_t>(fileSize * 8000 / result.lengthMs, UINT32_MAX));

@@ -383,6 +383,27 @@ TEST(RealPlugins, ShortLastPageNearTheEndGivesTheLength) {
   EXPECT_EQ(r.lengthMs, 2000);
 }
 
+// An MP3 whose Xing header counts far more frames than its bytes can hold (seen in the
+// wild: 31 minutes for a 0.7-second file) must not show the header's length.
+TEST(RealPlugins, XingFrameCountBeyondTheDataGivesTheLengthOfTheData) {
+  std::string bytes = ReadBytes(Utf8ToUtf16(DataFolder() + "tone.mp3"));
+  std::size_t xing = bytes.find("Info");
+  if (xing == std::string::npos) xing = bytes.find("Xing");
+  ASSERT_NE(xing, std::string::npos);
+  // Big-endian flags, then the frame count when flag bit 0 is set.
+  ASSERT_TRUE(bytes[xing + 7] & 1);
+  constexpr std::uint32_t kFrames = 71000;  // 31 minutes of 1152-sample frames at 44.1 kHz
+  for (int i = 0; i < 4; ++i) bytes[xing + 8 + i] = static_cast<char>((kFrames >> (8 * (3 - i))) & 0xFF);
+  TempDir dir;
+  const std::u16string file = dir / u"frames.mp3";
+  ASSERT_TRUE(WriteBytes(file, bytes));
+  const ReadResult r = Plugin("taglib").Read(Utf16ToUtf8(file));
+  ASSERT_TRUE(r.opened);
+  EXPECT_NEAR(r.lengthMs, 200, 60);
+  EXPECT_GE(r.bitRate, 48000u);
+  EXPECT_LE(r.bitRate, 96000u);
+}
+
 TEST(RealPlugins, MissingFileAndNullPathDoNotOpen) {
   for (const char* name : {"taglib", "ffmpeg"}) {
     EXPECT_FALSE(Plugin(name).Read(DataFolder() + "no-such-file.mp3").opened) << name;

@@ -28,7 +28,8 @@ ensure_packages() {
 # What every build needs: compiler, CMake, Ninja, GoogleTest and Google Benchmark,
 # TagLib and FFmpeg for the plug-ins, Qt 6 for the window.
 BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev googletest libbenchmark-dev libtag1-dev libavformat-dev libavcodec-dev libavutil-dev qt6-base-dev libqt6svg6)
-# The crash tests open the dumps they provoke in a debugger.
-TEST_PACKAGES=(lldb)
+# The crash tests open the dumps they provoke in a debugger; the window tests run a
+# second time on a real X server.
+TEST_PACKAGES=(lldb xvfb xauth)
 # The Windows build of the core and Wine to run its tests.
 WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix wine64)

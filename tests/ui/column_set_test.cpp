@@ -169,11 +169,12 @@ INSTANTIATE_TEST_SUITE_P(
                       CompareCase{u"Name", Row(u"a.flac", 0), Row(u"C.flac", 0), -1},
                       CompareCase{u"Name", Row(u"ABC.flac", 0), Row(u"abc.flac", 0), 0},
                       CompareCase{u"Mood", Tagged(u"Mood", u"calm"), Tagged(u"Mood", u"Angry"), 1},
-                      // "High..." ranks first, then "CD ", "DVD ", "DAT ", "Perfect" (exactly as
-                      // written); other labels keep their own text order around them.
+                      // "High..." ranks first, then "CD ", "DVD ", "DAT ", "Perfect" (in any
+                      // case); other labels keep their own text order around them.
                       CompareCase{u"Audio Quality", Quality(u"high res (DSD64)"), Quality(u"CD Lossless"), -1},
                       CompareCase{u"Audio Quality", Quality(u"DAT Lossless"), Quality(u"High Resolution"), 1},
-                      CompareCase{u"Audio Quality", Quality(u"cd lossless"), Quality(u"CD Lossless"), -1},
+                      // The rank prefixes ignore case, so these two are one value.
+                      CompareCase{u"Audio Quality", Quality(u"cd lossless"), Quality(u"CD Lossless"), 0},
                       CompareCase{u"Audio Quality", Quality(u"Unknown"), Quality(u"Perfect rip"), -1}));
 
 TEST(ColumnMenu, BuildsTheGroupsInOrderWithTheSetChecked) {

@@ -1,5 +1,6 @@
 // The application object for window tests: Qt's offscreen platform, so the tests
-// run without a display, made once per test executable.
+// run without a display, made once per test executable. TESSAROVEN_TEST_QT_PLATFORM
+// names another (xcb, under Xvfb), so the same tests also run on a real X server.
 #pragma once
 
 #include <QApplication>
@@ -12,7 +13,8 @@
 namespace tessaroven::test {
 
 inline void UseOffscreenQt() {
-  qputenv("QT_QPA_PLATFORM", "offscreen");
+  const QByteArray platform = qgetenv("TESSAROVEN_TEST_QT_PLATFORM");
+  qputenv("QT_QPA_PLATFORM", platform.isEmpty() ? QByteArrayLiteral("offscreen") : platform);
   EnsureQtApplication();
 }
 

@@ -9,16 +9,12 @@
 // This module declares the extensions and nothing else; the reading lives in
 // ffmpeg/reader.so beside it (ffmpeg_reader.cpp), loaded on the first Open. The
 // selector loads every plug-in at start-up to learn its extensions, and FFmpeg's
-// libraries would make that cost ~50 ms on their own.
+// libraries would make that cost ~50 ms on their own. Without its reader the plug-in
+// still lists its extensions, but opens nothing.
 //
 // One instance reads one file and owns every text and block it hands out until
 // Destroy.
-#include <dlfcn.h>
-
-#include <mutex>
-#include <string>
-
-#include "plugin_support.h"
+#include "ffmpeg_reader_module.h"
 
 namespace tessaroven::plugin {
 namespace {
@@ -44,36 +40,7 @@ constexpr DecodeRow kRows[] = {
 
 constexpr char16_t kPropertyElements[] = u"Codec\raudio quality\rEncoder\rDSD Type";
 
-// The reader module, loaded once for the process and never unloaded (a plug-in
-// unloaded by the selector takes it along only when the process ends).
-struct Reader {
-  void (*prepare)() = nullptr;
-  bool (*openInto)(InstanceBase&, TsvOpenRecord*) = nullptr;
-};
-
-const Reader& TheReader() {
-  static Reader reader;
-  static std::once_flag once;
-  std::call_once(once, [] {
-    Dl_info self{};
-    if (dladdr(reinterpret_cast<const void*>(&TheReader), &self) == 0 || self.dli_fname == nullptr) return;
-    std::string path = self.dli_fname;
-    path.erase(path.find_last_of('/') + 1);
-    path += "ffmpeg/reader.so";
-    void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (module == nullptr) return;
-    reader.prepare = reinterpret_cast<void (*)()>(dlsym(module, "TsvFfmpegPrepare"));
-    reader.openInto = reinterpret_cast<bool (*)(InstanceBase&, TsvOpenRecord*)>(dlsym(module, "TsvFfmpegOpenInto"));
-    if (reader.prepare) reader.prepare();
-  });
-  return reader;
-}
-
-// Without its reader the plug-in still lists its extensions, but opens nothing.
-bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) {
-  const Reader& reader = TheReader();
-  return reader.openInto != nullptr && reader.openInto(instance, record);
-}
+bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) { return ReadWithFfmpeg(instance, record, {}); }
 
 void Prepare() {}
 

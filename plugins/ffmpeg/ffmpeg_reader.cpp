@@ -2,10 +2,11 @@
 // length, bit rate, sizes and tags through libavformat.
 //
 // A module of its own (decoder/ffmpeg/reader.so), loaded by ffmpeg.so on its first
-// Open: FFmpeg's libraries pull in some 135 shared libraries, which cost ~50 ms to
-// load, and the selector loads every plug-in at start-up only to learn which
-// extensions it reads. Built from the same sources and compiler as ffmpeg.so, so the
-// two share InstanceBase and the record layouts.
+// Open and by taglib.so for the files TagLib cannot read: FFmpeg's libraries pull in
+// some 135 shared libraries, which cost ~50 ms to load, and the selector loads every
+// plug-in at start-up only to learn which extensions it reads. Built from the same
+// sources and compiler as the plug-ins, so they share InstanceBase and the record
+// layouts.
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
@@ -18,7 +19,7 @@ extern "C" {
 #include <mutex>
 #include <string_view>
 
-#include "plugin_support.h"
+#include "ffmpeg_reader_module.h"
 
 namespace tessaroven::plugin {
 namespace {
@@ -45,13 +46,15 @@ class FormatContext {
   ~FormatContext() {
     if (ctx_) avformat_close_input(&ctx_);
   }
-  bool Open(const std::string& path, Deadline* deadline) {
+  bool Open(const std::string& path, const char* demuxer, Deadline* deadline) {
+    const AVInputFormat* format = nullptr;
+    if (demuxer != nullptr && (format = av_find_input_format(demuxer)) == nullptr) return false;
     ctx_ = avformat_alloc_context();
     if (!ctx_) return false;
     ctx_->interrupt_callback.callback = PastDeadline;
     ctx_->interrupt_callback.opaque = deadline;
     // avformat_open_input frees the context itself when it fails.
-    if (avformat_open_input(&ctx_, path.c_str(), nullptr, nullptr) < 0) {
+    if (avformat_open_input(&ctx_, path.c_str(), format, nullptr) < 0) {
       ctx_ = nullptr;
       return false;
     }
@@ -113,14 +116,14 @@ void AddMetadata(TagBlock& tags, const AVDictionary* dict, bool onlyNewNames) {
   }
 }
 
-bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) {
+bool OpenInto(InstanceBase& instance, TsvOpenRecord* record, const FfmpegReadOptions& options) {
   const std::string path = PathToNative(record->path);
   std::int64_t fileSize = 0;
   if (!IsRegularFile(path, &fileSize)) return false;
 
   Deadline deadline{std::chrono::steady_clock::now() + kOpenTimeLimit};
   FormatContext input;
-  if (!input.Open(path, &deadline)) return false;
+  if (!input.Open(path, options.demuxer, &deadline)) return false;
   AVFormatContext* ctx = input.get();
   const int index = av_find_best_stream(ctx, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
   if (index < 0) return false;
@@ -180,8 +183,10 @@ bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) {
 
   // "DSD Type" goes first: the selector looks it up before anything else.
   if (shape.dsdMultiple > 0) instance.tags.Add(u"DSD Type", u"DSD" + FromAscii(std::to_string(shape.dsdMultiple)));
-  AddMetadata(instance.tags, ctx->metadata, false);
-  AddMetadata(instance.tags, stream->metadata, true);
+  if (options.containerTags) {
+    AddMetadata(instance.tags, ctx->metadata, false);
+    AddMetadata(instance.tags, stream->metadata, true);
+  }
   instance.tags.Add(u"Codec", CodecName(par));
   instance.tags.Add(u"audio quality", QualityLabel(shape));
   Publish(instance, result, record);
@@ -191,8 +196,10 @@ bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) {
 }  // namespace
 }  // namespace tessaroven::plugin
 
-// The two entry points ffmpeg.so looks up. Same thread rules as the plug-in's Open.
+// The two entry points the plug-ins look up (ffmpeg_reader_module.cpp). Same thread
+// rules as a plug-in's Open.
 TSV_PLUGIN_EXPORT void TsvFfmpegPrepare() { tessaroven::plugin::SilenceFfmpeg(); }
-TSV_PLUGIN_EXPORT bool TsvFfmpegOpenInto(tessaroven::plugin::InstanceBase& instance, TsvOpenRecord* record) {
-  return tessaroven::plugin::OpenInto(instance, record);
+TSV_PLUGIN_EXPORT bool TsvFfmpegOpenInto(tessaroven::plugin::InstanceBase& instance, TsvOpenRecord* record,
+                                         const tessaroven::plugin::FfmpegReadOptions& options) {
+  return tessaroven::plugin::OpenInto(instance, record, options);
 }

@@ -1,4 +1,6 @@
-// Decoder plug-in "taglib": the common music formats, read with TagLib.
+// Decoder plug-in "taglib": the common music formats, read with TagLib; files of
+// these formats whose codec or layout TagLib cannot read go to FFmpeg's libavformat
+// through the reader module that the ffmpeg plug-in brings (ffmpeg_reader_module.h).
 //
 // It reads metadata only: the audio format, length, bit rate, compressed size and
 // tags, which is all the file selector asks for. The four decoding exports (Close,
@@ -14,11 +16,11 @@
 #include <taglib/asffile.h>
 #include <taglib/flacfile.h>
 #include <taglib/id3v2header.h>
-#include <taglib/mpegheader.h>
 #include <taglib/id3v2tag.h>
 #include <taglib/mp4file.h>
 #include <taglib/mpcfile.h>
 #include <taglib/mpegfile.h>
+#include <taglib/mpegheader.h>
 #include <taglib/oggflacfile.h>
 #include <taglib/opusfile.h>
 #include <taglib/speexfile.h>
@@ -37,6 +39,7 @@
 #include <mutex>
 #include <vector>
 
+#include "ffmpeg_reader_module.h"
 #include "plugin_support.h"
 
 namespace tessaroven::plugin {
@@ -47,29 +50,32 @@ enum class Kind { Mpeg, Flac, Vorbis, OggAudio, Opus, Speex, Mp4, Wav, Aiff, Ape
 struct Format {
   DecodeRow row;
   Kind kind;
+  // libavformat's demuxer for the container, for files TagLib cannot read; null lets
+  // FFmpeg probe (Musepack has one demuxer per stream version).
+  const char* demuxer;
 };
 
 constexpr Format kFormats[] = {
-    {{u".mp3", u"MPEG Layer 3 audio"}, Kind::Mpeg},
-    {{u".mp2", u"MPEG Layer 2 audio"}, Kind::Mpeg},
-    {{u".flac", u"FLAC lossless audio"}, Kind::Flac},
-    {{u".ogg", u"Ogg Vorbis audio"}, Kind::Vorbis},
-    {{u".oga", u"Ogg audio (FLAC or Vorbis)"}, Kind::OggAudio},
-    {{u".opus", u"Opus audio"}, Kind::Opus},
-    {{u".spx", u"Speex audio"}, Kind::Speex},
-    {{u".m4a", u"MPEG-4 audio (AAC or Apple Lossless)"}, Kind::Mp4},
-    {{u".m4b", u"MPEG-4 audio book"}, Kind::Mp4},
-    {{u".mp4", u"MPEG-4 video (its audio track)"}, Kind::Mp4},
-    {{u".wav", u"Wave audio"}, Kind::Wav},
-    {{u".aif", u"AIFF audio"}, Kind::Aiff},
-    {{u".aiff", u"AIFF audio"}, Kind::Aiff},
-    {{u".aifc", u"AIFF-C audio"}, Kind::Aiff},
-    {{u".ape", u"Monkey's Audio lossless"}, Kind::Ape},
-    {{u".wv", u"WavPack audio"}, Kind::WavPack},
-    {{u".mpc", u"Musepack audio"}, Kind::Musepack},
-    {{u".wma", u"Windows Media Audio"}, Kind::Asf},
-    {{u".asf", u"Advanced Systems Format (its audio)"}, Kind::Asf},
-    {{u".tta", u"True Audio lossless"}, Kind::Tta},
+    {{u".mp3", u"MPEG Layer 3 audio"}, Kind::Mpeg, "mp3"},
+    {{u".mp2", u"MPEG Layer 2 audio"}, Kind::Mpeg, "mp3"},
+    {{u".flac", u"FLAC lossless audio"}, Kind::Flac, "flac"},
+    {{u".ogg", u"Ogg Vorbis audio"}, Kind::Vorbis, "ogg"},
+    {{u".oga", u"Ogg audio (FLAC or Vorbis)"}, Kind::OggAudio, "ogg"},
+    {{u".opus", u"Opus audio"}, Kind::Opus, "ogg"},
+    {{u".spx", u"Speex audio"}, Kind::Speex, "ogg"},
+    {{u".m4a", u"MPEG-4 audio (AAC or Apple Lossless)"}, Kind::Mp4, "mp4"},
+    {{u".m4b", u"MPEG-4 audio book"}, Kind::Mp4, "mp4"},
+    {{u".mp4", u"MPEG-4 video (its audio track)"}, Kind::Mp4, "mp4"},
+    {{u".wav", u"Wave audio"}, Kind::Wav, "wav"},
+    {{u".aif", u"AIFF audio"}, Kind::Aiff, "aiff"},
+    {{u".aiff", u"AIFF audio"}, Kind::Aiff, "aiff"},
+    {{u".aifc", u"AIFF-C audio"}, Kind::Aiff, "aiff"},
+    {{u".ape", u"Monkey's Audio lossless"}, Kind::Ape, "ape"},
+    {{u".wv", u"WavPack audio"}, Kind::WavPack, "wv"},
+    {{u".mpc", u"Musepack audio"}, Kind::Musepack, nullptr},
+    {{u".wma", u"Windows Media Audio"}, Kind::Asf, "asf"},
+    {{u".asf", u"Advanced Systems Format (its audio)"}, Kind::Asf, "asf"},
+    {{u".tta", u"True Audio lossless"}, Kind::Tta, "tta"},
 };
 
 // The "Decodes" list is the extension column of kFormats.
@@ -419,6 +425,42 @@ std::unique_ptr<TagLib::File> OpenFile(Kind kind, const char* path, CodecFacts& 
   return nullptr;
 }
 
+// The file's tags as TagLib reads them, under their column names.
+void AddTagLibTags(TagBlock& tags, TagLib::File& file, CodecFacts& facts) {
+  // The merged view puts a non-empty Vorbis comment first and takes nothing from
+  // other tags then; its keys are the comment's own, minus those it cannot carry.
+  if (facts.tagSources.empty() && facts.xiph && !facts.xiph->isEmpty()) {
+    for (const auto& [key, values] : facts.xiph->fieldListMap()) {
+      if (!IsPropertyKey(key)) continue;
+      const std::u16string column = ColumnNameForKey(KeyToUtf8(key));
+      for (const auto& value : values) tags.Append(column, ToU16(value));
+    }
+    return;
+  }
+  if (facts.tagSources.empty()) facts.tagSources.push_back(file.properties());
+  for (std::size_t source = 0; source < facts.tagSources.size(); ++source) {
+    for (const auto& [key, values] : facts.tagSources[source]) {
+      const std::u16string column = ColumnNameForKey(KeyToUtf8(key));
+      if (source > 0 && tags.Has(column)) continue;
+      for (const auto& value : values) tags.Append(column, ToU16(value));
+    }
+  }
+}
+
+// A file of this plug-in's extensions whose codec or layout TagLib cannot read (MP4
+// holding Opus, FLAC or AC-3, RF64, a Wave file whose sizes were never filled in, an
+// Ogg file with several streams): libavformat gives its format and length. Its tags
+// are TagLib's when TagLib could read them, so that they land in the same columns as
+// those of the type's other files; else the container's, as FFmpeg reads them.
+bool OpenThroughFfmpeg(InstanceBase& instance, TsvOpenRecord* record, const Format& format, TagLib::File* file,
+                       CodecFacts& facts) {
+  if (file && file->isValid()) AddTagLibTags(instance.tags, *file, facts);
+  FfmpegReadOptions options;
+  options.demuxer = format.demuxer;
+  options.containerTags = instance.tags.Count() == 0;
+  return ReadWithFfmpeg(instance, record, options);
+}
+
 bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) {
   const std::string path = PathToNative(record->path);
   std::int64_t fileSize = 0;
@@ -428,9 +470,10 @@ bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) {
 
   CodecFacts facts;
   std::unique_ptr<TagLib::File> file = OpenFile(format->kind, path.c_str(), facts);
-  if (!file || !file->isValid()) return false;
-  const TagLib::AudioProperties* props = file->audioProperties();
-  if (!props || props->channels() <= 0 || props->sampleRate() <= 0) return false;
+  const TagLib::AudioProperties* props = file && file->isValid() ? file->audioProperties() : nullptr;
+  if (!props || props->channels() <= 0 || props->sampleRate() <= 0) {
+    return OpenThroughFfmpeg(instance, record, *format, file.get(), facts);
+  }
 
   OpenResult result;
   result.channels = props->channels();
@@ -451,25 +494,7 @@ bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) {
     result.compressedSize = fileSize;
   }
 
-  TagBlock& tags = instance.tags;
-  // The merged view puts a non-empty Vorbis comment first and takes nothing from
-  // other tags then; its keys are the comment's own, minus those it cannot carry.
-  if (facts.tagSources.empty() && facts.xiph && !facts.xiph->isEmpty()) {
-    for (const auto& [key, values] : facts.xiph->fieldListMap()) {
-      if (!IsPropertyKey(key)) continue;
-      const std::u16string column = ColumnNameForKey(KeyToUtf8(key));
-      for (const auto& value : values) tags.Append(column, ToU16(value));
-    }
-  } else {
-    if (facts.tagSources.empty()) facts.tagSources.push_back(file->properties());
-    for (std::size_t source = 0; source < facts.tagSources.size(); ++source) {
-      for (const auto& [key, values] : facts.tagSources[source]) {
-        const std::u16string column = ColumnNameForKey(KeyToUtf8(key));
-        if (source > 0 && tags.Has(column)) continue;
-        for (const auto& value : values) tags.Append(column, ToU16(value));
-      }
-    }
-  }
+  AddTagLibTags(instance.tags, *file, facts);
   instance.tags.Add(u"Codec", facts.codec);
   instance.tags.Add(u"audio quality",
                     QualityLabel({facts.lossless, facts.floatingPoint,

@@ -47,6 +47,21 @@ tone tone.wv -c:a wavpack -sample_fmt s16p
 tone tone.tta -c:a tta
 tone tone.wma -c:a wmav2 -b:a 64k
 
+# Files the TagLib plug-in owns by extension but whose codec or layout TagLib cannot
+# read; it reads their format through FFmpeg. MP4 with Opus, FLAC, AC-3 and E-AC-3
+# (FFmpeg's .m4a muxer refuses these codecs, its plain MP4 muxer writes them),
+# RF64, a Wave file whose sizes were never filled in, and an Ogg file with two
+# streams. Mono 8 kHz where the codec allows, to keep them small.
+tone tone-opus.m4a -c:a libopus -b:a 32k -ar 48000 -f mp4
+tone tone-flac.m4a -c:a flac -sample_fmt s16 -ac 1 -ar 8000 -strict -2 -f mp4
+tone tone-ac3.m4a -c:a ac3 -b:a 64k -ar 48000 -f mp4
+tone tone-eac3.m4a -c:a eac3 -b:a 64k -ar 48000 -f mp4
+tone tone-rf64.wav -c:a pcm_s16le -ac 1 -ar 8000 -rf64 always
+tone tone-zero-size.wav -c:a pcm_s16le -ac 1 -ar 8000
+python3 zero-wav-sizes.py tone-zero-size.wav
+ff "${TONE[@]}" -filter_complex "[0:a][1:a]amix=inputs=2,aformat=channel_layouts=mono,asplit=2[a][b]" \
+   -map "[a]" -map "[b]" "${TAGS[@]}" -c:a libvorbis -q:a 0 -ar 22050 tone-multiplexed.ogg
+
 # Formats the FFmpeg plug-in reads.
 tone tone.ac3 -c:a ac3 -b:a 96k -ar 48000
 tone tone.dts -c:a dca -strict -2 -ar 48000 -b:a 768k

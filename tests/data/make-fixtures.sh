@@ -47,6 +47,21 @@ tone tone.wv -c:a wavpack -sample_fmt s16p
 tone tone.tta -c:a tta
 tone tone.wma -c:a wmav2 -b:a 64k
 
+# The compilation flag in each of the tag kinds that carry one: ID3v2 TCMP, MP4 cpil,
+# the Vorbis comment's COMPILATION and the APE tag's Compilation (in WavPack: FFmpeg
+# writes no APE file). No album artist, so that the album filter shows the album
+# without an artist in front. FFmpeg writes the MP3's flag as a TXXX frame, so
+# add-id3-tcmp.py puts the TCMP frame in.
+CTAGS=(-metadata "title=Grüße ☃ Ωmega"
+       -metadata "artist=Fixture Artist"
+       -metadata "album=Fixture Album")
+compilation() { local out=$1; shift; ff "${TONE[@]}" "${MIX[@]}" "${CTAGS[@]}" "$@" "$out"; }
+compilation tone-compilation.mp3 -c:a libmp3lame -b:a 32k -ac 1 -id3v2_version 3
+python3 add-id3-tcmp.py tone-compilation.mp3
+compilation tone-compilation.m4a -metadata compilation=1 -c:a aac -b:a 32k
+compilation tone-compilation.opus -metadata compilation=1 -c:a libopus -b:a 16k -ac 1 -ar 48000
+compilation tone-compilation.wv -metadata Compilation=1 -c:a wavpack -sample_fmt s16p -ac 1 -ar 8000
+
 # Files the TagLib plug-in owns by extension but whose codec or layout TagLib cannot
 # read; it reads their format through FFmpeg. MP4 with Opus, FLAC, AC-3 and E-AC-3
 # (FFmpeg's .m4a muxer refuses these codecs, its plain MP4 muxer writes them),

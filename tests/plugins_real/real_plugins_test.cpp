@@ -176,6 +176,11 @@ const Expected kFixtures[] = {
     {"tone.wv",          1, 2, 44100, 16, 200, 5,   100,  1411, "CD Lossless",             2},
     {"tone.tta",         1, 2, 44100, 24, 200, 5,   100,  2117, "DVD Lossless",            0},
     {"tone.wma",         1, 2, 44100, 16, 200, 60,  48,   96,  "",                         2},
+    // The compilation flag in ID3v2, MP4, Vorbis comment and APE tags.
+    {"tone-compilation.mp3", 1, 1, 44100, 16, 200, 60, 24,  48,  "",                         1},
+    {"tone-compilation.m4a", 1, 2, 44100, 16, 200, 40, 16,  64,  "",                         1},
+    {"tone-compilation.opus", 1, 1, 48000, 16, 200, 30, 8,  48,  "",                         1},
+    {"tone-compilation.wv", 1, 1, 8000, 16, 200, 5,    20,  128, "Lossless (16 bit / 8 kHz)", 1},
     // Claimed by the TagLib plug-in, whose format TagLib cannot read: FFmpeg reads it.
     {"tone-opus.m4a",    1, 2, 48000, 16, 200, 30,  16,   64,  "",                         2},
     {"tone-flac.m4a",    1, 1, 8000,  16, 200, 5,   20,   128, "Lossless (16 bit / 8 kHz)", 2},

@@ -1,10 +1,13 @@
 // The real plug-ins as the selector uses them: found in the plug-in folder by
-// extension, read with ReadFileInfo, and turned into the values the columns show.
+// extension, read with ReadFileInfo and turned into the values the columns show, and
+// read for the metadata filter.
 #include <gtest/gtest.h>
 
 #include "base/text.h"
 #include "decode/file_info.h"
 #include "decode/plugin_folder.h"
+#include "filters/metadata_filter.h"
+#include "filters/value_key.h"
 #include "real_plugin.h"
 
 namespace tessaroven::test {
@@ -47,6 +50,58 @@ const ColumnCase kColumnCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Fixtures, SelectorReadTest, testing::ValuesIn(kColumnCases), [](const auto& p) {
+  std::string name = p.param.file;
+  for (auto& ch : name) ch = (ch == '.' || ch == '-') ? '_' : ch;
+  return name;
+});
+
+// The compilation flag in each kind of tag that carries one, and the album filter's
+// widening by the artist that it turns off. tone.wav and tone.dsf have the same tags
+// without the flag (and without an album artist), so their albums are widened.
+struct CompilationCase {
+  const char* file;
+  const char16_t* compilation;  // the column
+  const char16_t* albumValue;   // what the filter's Album slot shows
+};
+
+void PrintTo(const CompilationCase& c, std::ostream* os) { *os << c.file; }
+
+class CompilationTest : public testing::TestWithParam<CompilationCase> {
+ protected:
+  void SetUp() override { SetPluginFolderOverride(FromOsString(std::string(TESSAROVEN_PLUGIN_DIR) + "/")); }
+  void TearDown() override { SetPluginFolderOverride(std::nullopt); }
+};
+
+TEST_P(CompilationTest, FlagShowsAndKeepsTheAlbumFilterFromAddingTheArtist) {
+  const CompilationCase& c = GetParam();
+  const std::u16string path = FromOsString(DataFolder() + c.file);
+  clQzDecoder decoder;
+  FileInfo info;
+  ASSERT_TRUE(ReadFileInfo(path, decoder, info));
+  EXPECT_EQ(TagValue(info.tags, u"Compilation"), c.compilation);
+
+  TagList tags;
+  ASSERT_TRUE(ReadFilterTags(path, decoder, tags));
+  EXPECT_EQ(SlotValueFor(u"Album", tags), c.albumValue);
+  // Marking that value excludes the file; marking the other form does not.
+  const std::u16string other =
+      std::u16string_view(c.albumValue) == u"Fixture Album" ? u"Fixture Artist - Fixture Album" : u"Fixture Album";
+  MetadataFilter filter({u"", u"Album", u"", u"", u"", u"", u"", u""});
+  filter.Slot(1).Marked().Add(ValueKey(other));
+  EXPECT_FALSE(filter.IsMetadataExcluded(path, decoder));
+  filter.Slot(1).Marked().Add(ValueKey(c.albumValue));
+  EXPECT_TRUE(filter.IsMetadataExcluded(path, decoder));
+}
+
+const CompilationCase kCompilationCases[] = {
+    {"tone-compilation.mp3", u"Yes", u"Fixture Album"},   // ID3v2 TCMP
+    {"tone-compilation.m4a", u"Yes", u"Fixture Album"},   // MP4 cpil
+    {"tone-compilation.opus", u"Yes", u"Fixture Album"},  // Vorbis comment COMPILATION
+    {"tone-compilation.wv", u"Yes", u"Fixture Album"},    // APE Compilation
+    {"tone.wav", u"No", u"Fixture Artist - Fixture Album"}, {"tone.dsf", u"No", u"Fixture Artist - Fixture Album"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Fixtures, CompilationTest, testing::ValuesIn(kCompilationCases), [](const auto& p) {
   std::string name = p.param.file;
   for (auto& ch : name) ch = (ch == '.' || ch == '-') ? '_' : ch;
   return name;

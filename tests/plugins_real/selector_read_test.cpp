@@ -19,6 +19,7 @@ struct ColumnCase {
   const char16_t* sampleSize;  // empty: lossy, so none
   const char16_t* bitRate;
   const char16_t* track;
+  const char16_t* compression;
 };
 
 void PrintTo(const ColumnCase& c, std::ostream* os) { *os << c.file; }
@@ -39,15 +40,23 @@ TEST_P(SelectorReadTest, ColumnsShowWhatThePluginRead) {
   EXPECT_EQ(TagValue(info.tags, u"Bit Rate"), c.bitRate);
   EXPECT_EQ(TagValue(info.tags, u"Track"), c.track);
   EXPECT_EQ(TagValue(info.tags, u"Channels"), u"2");
+  EXPECT_EQ(TagValue(info.tags, u"Compression"), c.compression);
 }
 
 // The sample rate follows the user's decimal separator; the test's own settings file
-// has none, so the locale of the test process ("C") gives a dot.
+// has none, so the locale of the test process ("C") gives a dot. DSD files have no PCM
+// size to compare with (1-bit samples), so they count as not compressed.
+// clang-format off
 const ColumnCase kColumnCases[] = {
-    {"tone.flac", u"44.1 kHz", u"16 bit", u"280 kbps", u"03"},  {"tone.mp3", u"44.1 kHz", u"", u"71 kbps", u"03"},
-    {"tone.aiff", u"48.0 kHz", u"16 bit", u"1536 kbps", u"03"}, {"tone.dsf", u"DSD64", u"1 bit", u"5644 kbps", u"03"},
-    {"tone.dff", u"DSD128", u"1 bit", u"11289 kbps", u""},      {"tone.mka", u"44.1 kHz", u"", u"240 kbps", u"03"},
+    // file        sample rate   size       bit rate        track  compression
+    {"tone.flac",  u"44.1 kHz",  u"16 bit", u"280 kbps",   u"03", u"44%"},
+    {"tone.mp3",   u"44.1 kHz",  u"",       u"71 kbps",    u"03", u"5%"},
+    {"tone.aiff",  u"48.0 kHz",  u"16 bit", u"1536 kbps",  u"03", u"100%"},
+    {"tone.dsf",   u"DSD64",     u"1 bit",  u"5644 kbps",  u"03", u"100%"},
+    {"tone.dff",   u"DSD128",    u"1 bit",  u"11289 kbps", u"",   u"100%"},
+    {"tone.mka",   u"44.1 kHz",  u"",       u"240 kbps",   u"03", u"17%"},
 };
+// clang-format on
 
 INSTANTIATE_TEST_SUITE_P(Fixtures, SelectorReadTest, testing::ValuesIn(kColumnCases), [](const auto& p) {
   std::string name = p.param.file;

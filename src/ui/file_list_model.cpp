@@ -39,6 +39,7 @@ void FileListModel::SetEntries(std::vector<FileEntry> entries, const std::functi
   order_.resize(rows_.size());
   std::iota(order_.begin(), order_.end(), std::size_t{0});
   shownOf_ = order_;
+  ForgetTexts();
   endResetModel();
 }
 
@@ -47,6 +48,7 @@ void FileListModel::Clear() { SetEntries({}, nullptr); }
 void FileListModel::SetColumns(std::vector<std::u16string> columns) {
   beginResetModel();
   columns_ = std::move(columns);
+  ForgetTexts();
   endResetModel();
 }
 
@@ -54,6 +56,7 @@ void FileListModel::AddColumn(std::u16string column) {
   const int at = static_cast<int>(columns_.size());
   beginInsertColumns({}, at, at);
   columns_.push_back(std::move(column));
+  ForgetTexts();
   endInsertColumns();
 }
 
@@ -61,6 +64,7 @@ void FileListModel::RemoveColumn(int column) {
   if (column < 0 || static_cast<std::size_t>(column) >= columns_.size()) return;
   beginRemoveColumns({}, column, column);
   columns_.erase(columns_.begin() + column);
+  ForgetTexts();
   endRemoveColumns();
 }
 
@@ -85,6 +89,7 @@ std::size_t FileListModel::ApplyMetadata(const std::vector<MetadataResult>& resu
   for (const MetadataResult& result : results) {
     if (result.entry >= rows_.size()) continue;
     rows_[result.entry].info = result.info;
+    texts_[result.entry].clear();
     const std::size_t shown = shownOf_[result.entry];
     first = std::min(first, shown);
     last = std::max(last, shown);
@@ -135,6 +140,16 @@ std::u16string FileListModel::Text(const FileRow& row, std::u16string_view colum
   return CellText(column, row, types_);
 }
 
+const QString& FileListModel::CachedText(std::size_t listedRow, std::size_t column) const {
+  std::vector<QString>& texts = texts_[listedRow];
+  if (texts.empty()) {
+    texts.resize(columns_.size());
+    for (std::size_t c = 0; c < columns_.size(); ++c)
+      texts[c] = QString::fromStdU16String(Text(rows_[listedRow], columns_[c]));
+  }
+  return texts[column];
+}
+
 QVariant FileListModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || static_cast<std::size_t>(index.row()) >= order_.size() ||
       static_cast<std::size_t>(index.column()) >= columns_.size())
@@ -143,7 +158,7 @@ QVariant FileListModel::data(const QModelIndex& index, int role) const {
   const std::u16string& column = columns_[static_cast<std::size_t>(index.column())];
   switch (role) {
     case Qt::DisplayRole:
-      return QString::fromStdU16String(Text(row, column));
+      return CachedText(order_[static_cast<std::size_t>(index.row())], static_cast<std::size_t>(index.column()));
     case Qt::DecorationRole:
       return column == u"Name" ? QVariant(FileIcon(row)) : QVariant();
     case Qt::TextAlignmentRole:

@@ -64,12 +64,17 @@ class FileListModel : public QAbstractTableModel {
   std::u16string Text(const FileRow& row, std::u16string_view column) const;
   QIcon FileIcon(const FileRow& row) const;
   QString TypeName(const FileRow& row) const;
+  const QString& CachedText(std::size_t listedRow, std::size_t column) const;
+  void ForgetTexts() { texts_.assign(rows_.size(), {}); }
 
   const TypeFilter& types_;
   std::vector<FileRow> rows_;
   std::vector<std::size_t> order_;  // shown row -> listed row
   std::vector<std::size_t> shownOf_;  // listed row -> shown row
   std::vector<std::u16string> columns_;
+  // The shown texts of the rows drawn so far, by listed row and column: a repaint
+  // while metadata streams in then costs a look-up per cell, not a formatting.
+  mutable std::vector<std::vector<QString>> texts_;
   mutable QHash<QString, QIcon> icons_;      // by lower-case extension
   mutable QHash<QString, QString> typeNames_;  // by lower-case extension
 };

@@ -17,6 +17,7 @@
 #include "ui/column_menu.h"
 #include "ui/file_manager.h"
 #include "ui/state_image_delegate.h"
+#include "ui/tick_accessibility.h"
 
 namespace tessaroven {
 
@@ -47,6 +48,7 @@ FileListView::FileListView(const TypeFilter& types, std::u16string_view namesVal
       namesValue_(namesValue),
       widthsValue_(widthsValue),
       defaults_(std::move(defaults)) {
+  MarkTicksAccessible(this);
   setModel(model_);
   setItemDelegateForColumn(0, new StateImageDelegate({QIcon(), Icon("file-unticked"), Icon("file-ticked")},
                                                      ScaledToScreen(kImageSize), ScaledToScreen(kRowHeight), this));

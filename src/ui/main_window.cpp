@@ -45,6 +45,7 @@
 #include "ui/new_profile_dialog.h"
 #include "ui/processing_dialog.h"
 #include "ui/state_image_delegate.h"
+#include "ui/tick_accessibility.h"
 
 namespace tessaroven {
 
@@ -248,6 +249,7 @@ void frmMain::BuildControls() {
 
   // The tree.
   tree_ = new QTreeView(this);
+  MarkTicksAccessible(tree_);
   tree_->setObjectName(QStringLiteral("_TreeDrive"));
   tree_->setAccessibleName(QStringLiteral("Folders"));
   tree_->setHeaderHidden(true);

@@ -221,6 +221,45 @@ TEST_F(MainWindowTest, AssistiveTechnologyReadsEveryTickAndEveryControlHasAName)
   }
 }
 
+// The cell of `index` as assistive technology finds it: among the view's children.
+QAccessibleInterface* AccessibleCell(QAbstractItemView* view, const QString& text) {
+  QAccessibleInterface* table = QAccessible::queryAccessibleInterface(view);
+  if (!table) return nullptr;
+  for (int i = 0; i < table->childCount(); ++i) {
+    QAccessibleInterface* cell = table->child(i);
+    if (cell && cell->tableCellInterface() && cell->text(QAccessible::Name) == text) return cell;
+  }
+  return nullptr;
+}
+
+TEST_F(MainWindowTest, AssistiveTechnologyTogglesTheTickOfAFolderAndARow) {
+  auto window = Open(selector_);
+  const QModelIndex index = IndexOfPath(*window, FolderText(Library()));
+  const NodeId node = window->TreeModel()->NodeOf(index);
+  QAccessibleInterface* folder = AccessibleCell(window->Tree(), QStringLiteral("Lib"));
+  ASSERT_NE(folder, nullptr);
+  ASSERT_NE(folder->actionInterface(), nullptr);
+  EXPECT_TRUE(folder->state().checkable);
+  EXPECT_FALSE(folder->state().checked);
+  const QString toggle = QAccessibleActionInterface::toggleAction();
+  EXPECT_TRUE(folder->actionInterface()->actionNames().contains(toggle));
+  // The same cycle as a click: with sub-folders, without, not chosen.
+  folder->actionInterface()->doAction(toggle);
+  EXPECT_EQ(window->Selection().Tree().StateOf(node), TreeCheckState::csFolderAndSub);
+  EXPECT_TRUE(folder->state().checked);
+  folder->actionInterface()->doAction(toggle);
+  EXPECT_EQ(window->Selection().Tree().StateOf(node), TreeCheckState::csFolderNoSub);
+  EXPECT_TRUE(AccessibleCell(window->Tree(), QStringLiteral("Music"))->state().checkStateMixed);
+
+  QAccessibleInterface* row = AccessibleCell(window->List(), QStringLiteral("tone.flac"));
+  ASSERT_NE(row, nullptr);
+  EXPECT_TRUE(row->state().checked);
+  row->actionInterface()->doAction(toggle);
+  EXPECT_FALSE(row->state().checked);
+  EXPECT_EQ(window->Selection().Lists().lstSingleFilesExclude.size(), 1u);
+  EXPECT_TRUE(window->StatusText().contains(QStringLiteral(", 3 Files Selected")));
+}
+
 TEST_F(MainWindowTest, TheStatusLineIsExactForAnEmptyAndATickedFolder) {
   auto window = Open(selector_);
   const std::u16string empty = FolderText(Library() / "Empty");

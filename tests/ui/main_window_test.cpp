@@ -141,6 +141,21 @@ TEST_F(MainWindowTest, TheRestoreButtonReturnsToTheSavedRectangle) {
   EXPECT_EQ(ScreenRect::FromQRect(window->geometry()), (ScreenRect{100, 80, 700, 500}));
 }
 
+// A change of the screens is answered once they have settled: the tick fits the
+// window again only after five seconds.
+TEST_F(MainWindowTest, ADisplayChangeRefitsTheWindowAfterFiveSeconds) {
+  auto window = Open(selector_);
+  ASSERT_TRUE(window->IsFitted());
+  const QRect fitted = window->geometry();
+  window->setGeometry(fitted.adjusted(50, 50, -50, -50));
+  window->DisplayChanged();
+  window->Tick();
+  EXPECT_NE(window->geometry(), fitted);
+  QTest::qWait(static_cast<int>(kDisplayChangeDelayMs) + 100);
+  window->Tick();
+  EXPECT_EQ(window->geometry(), fitted);
+}
+
 TEST_F(MainWindowTest, ASavedPositionOffEveryScreenFallsBackToTheMiddle) {
   SettingsSetDword(1, kNotMaxValue);
   SettingsSetDword(static_cast<std::uint32_t>(-9000), kLeftValue);

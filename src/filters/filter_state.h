@@ -25,6 +25,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "filters/date_filter.h"
 #include "filters/filter_fields.h"
@@ -48,8 +49,13 @@ class FilterState {
   // With the given fields, touching no file (tests, tools).
   explicit FilterState(const FilterFieldNames& fields);
 
-  FilterState(const FilterState&) = delete;
   FilterState& operator=(const FilterState&) = delete;
+
+  // A copy for a worker that must not borrow this object (the collector, which may
+  // be left behind on a hung walk), and taking the worker's copy back once it has
+  // ended (its metadata catalogues grew). Copies are made only this way, on purpose.
+  FilterState Copy() const { return FilterState(*this); }
+  void Adopt(FilterState&& worked) { *this = std::move(worked); }
 
   TypeFilter& Types() { return types_; }
   const TypeFilter& Types() const { return types_; }
@@ -78,6 +84,9 @@ class FilterState {
   void Clear();
 
  private:
+  FilterState(const FilterState&) = default;
+  FilterState& operator=(FilterState&&) = default;
+
   TypeFilter types_;
   DateFilter date_;
   MetadataFilter metadata_;

@@ -66,6 +66,10 @@ class FolderEnumeration {
   std::u16string_view Name() const { return name_; }
   // A folder, or on Linux a symbolic link that leads to one.
   bool IsFolder() const { return isFolder_; }
+  // A regular file, or on Linux a symbolic link that leads to one: the only entries
+  // that may be listed or handed to the converter. A dangling link, a named pipe, a
+  // socket or a device is none (a pipe would hang the converter).
+  bool IsRegularFile() const { return isRegular_; }
   // Linux: the name begins with "."; Windows: the hidden attribute.
   bool IsHidden() const { return isHidden_; }
   // Times and size of the current entry (a link's target on Linux). False when the
@@ -78,7 +82,13 @@ class FolderEnumeration {
   std::unique_ptr<Platform> platform_;
   std::u16string name_;
   bool isFolder_ = false;
+  bool isRegular_ = false;
   bool isHidden_ = false;
 };
+
+// Whether `path` is longer than the system can open (Linux: PATH_MAX, 4096 bytes
+// with the terminator; Windows: 32,767 units with the long-path prefix). The walks
+// report such paths instead of losing them silently.
+bool PathTooLongForSystem(std::u16string_view path);
 
 }  // namespace tessaroven

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 
 #include "base/text.h"
@@ -65,13 +66,14 @@ bool FolderEnumeration::Next() {
     platform_->entry = entry;
     name_ = Utf8ToUtf16(name);  // the lossless conversion: any byte name round-trips
     isHidden_ = name[0] == '.';
-    if (entry->d_type == DT_DIR) {
-      isFolder_ = true;
-    } else if (entry->d_type == DT_LNK || entry->d_type == DT_UNKNOWN) {
+    isFolder_ = entry->d_type == DT_DIR;
+    isRegular_ = entry->d_type == DT_REG;
+    if (entry->d_type == DT_LNK || entry->d_type == DT_UNKNOWN) {
+      // Where the link leads (a dangling one leads nowhere: neither).
       struct stat st {};
-      isFolder_ = fstatat(platform_->fd, name, &st, 0) == 0 && S_ISDIR(st.st_mode);
-    } else {
-      isFolder_ = false;
+      const bool found = fstatat(platform_->fd, name, &st, 0) == 0;
+      isFolder_ = found && S_ISDIR(st.st_mode);
+      isRegular_ = found && S_ISREG(st.st_mode);
     }
     return true;
   }
@@ -94,6 +96,12 @@ bool FolderEnumeration::Details(EntryDetails& details) const {
       details.times.creationIsBirthTime ? std::optional<std::uint64_t>(FromStatx(info.stx_btime)) : std::nullopt,
       details.times.lastWrite, FromStatx(info.stx_ctime));
   return true;
+}
+
+bool PathTooLongForSystem(std::u16string_view path) {
+  // A UTF-16 unit becomes at most three bytes; only long paths need counting.
+  if (path.size() * 3 < PATH_MAX) return false;
+  return ToOsString(path).size() >= PATH_MAX;
 }
 
 }  // namespace tessaroven

@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include "base/path.h"
 #include "base/text.h"
 #include "selection/folder_enumeration.h"
 
@@ -23,7 +24,8 @@ std::uint64_t Ticks(const FILETIME& t) {
 }  // namespace
 
 FolderEnumeration::FolderEnumeration(const std::u16string& folder) : platform_(std::make_unique<Platform>()) {
-  const std::wstring pattern = ToOsString(folder + u"*.*");
+  // With the long-path prefix where the folder needs it, so deep folders are read too.
+  const std::wstring pattern = ToOsString(MakeLongPath(folder + u"*.*"));
   platform_->find = FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &platform_->data, FindExSearchNameMatch, nullptr,
                                      FIND_FIRST_EX_LARGE_FETCH);
   platform_->pending = platform_->find != INVALID_HANDLE_VALUE;
@@ -49,6 +51,7 @@ bool FolderEnumeration::Next() {
     name_.assign(reinterpret_cast<const char16_t*>(name));
     isFolder_ = (platform_->data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     isHidden_ = (platform_->data.dwFileAttributes & FILE_ATTRIBUTE_HIDDEN) != 0;
+    isRegular_ = !isFolder_ && (platform_->data.dwFileAttributes & FILE_ATTRIBUTE_DEVICE) == 0;
     return true;
   }
 }
@@ -62,6 +65,11 @@ bool FolderEnumeration::Details(EntryDetails& details) const {
   details.times.creationIsBirthTime = true;
   details.size = (static_cast<std::uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
   return true;
+}
+
+bool PathTooLongForSystem(std::u16string_view path) {
+  // UNICODE_STRING's limit: 32,767 units, the "\\?\" prefix and the terminator included.
+  return path.size() + 4 >= 32767;
 }
 
 }  // namespace tessaroven

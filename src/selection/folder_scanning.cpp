@@ -1,12 +1,16 @@
 #include "selection/folder_scanning.h"
 
 #include <algorithm>
+#include <functional>
+#include <memory>
 #include <thread>
+#include <unordered_set>
 
 #include "base/format.h"
 #include "base/path.h"
 #include "base/platform.h"
 #include "base/text.h"
+#include "base/worker_thread.h"
 #include "filters/file_times.h"
 
 namespace tessaroven {
@@ -27,43 +31,58 @@ void AppendWithProgress(std::vector<std::u16string>& out, std::u16string path, C
   }
 }
 
-// The folders open on the way down from where the walk started (Linux), so that a
-// link back up is not followed.
-struct DescentPath {
-  std::vector<FolderIdentity> open;
-  bool Contains(const FolderIdentity& id) const {
-    return id.Known() && std::find(open.begin(), open.end(), id) != open.end();
+struct FolderIdentityHash {
+  std::size_t operator()(const FolderIdentity& id) const noexcept {
+    return std::hash<std::uint64_t>()(id.index * 0x9E3779B97F4A7C15ull ^ id.device);
   }
 };
 
+// What one walk from a start folder remembers (Linux; Windows reports no
+// identities, so nothing is remembered there).
+struct WalkState {
+  // Every folder entered so far: a folder reached again, through a link or a loop
+  // back up, is not walked twice, so the cost follows the number of real folders.
+  std::unordered_set<FolderIdentity, FolderIdentityHash> visited;
+  // The folders excluded or collected on their own without sub-folders, by
+  // identity: reached through a link from inside the walk they stay out as they do
+  // by path.
+  std::unordered_set<FolderIdentity, FolderIdentityHash> skipped;
+};
+
 bool Walk(const std::u16string& folder, bool recurse, std::vector<std::u16string>& out, CollectContext& context,
-          DescentPath& descent) {
+          WalkState& state, bool start) {
+  if (PathTooLongForSystem(folder)) {
+    context.tooLong.push_back(folder);
+    return true;
+  }
   FolderEnumeration entries(folder);
   if (!entries.IsOpen()) return true;  // unreadable or gone: nothing, and no message
   const FolderIdentity identity = entries.Identity();
-  if (descent.Contains(identity)) return true;
-  descent.open.push_back(identity);
-  bool goOn = true;
+  if (identity.Known()) {
+    if (!start && state.skipped.contains(identity)) return true;
+    if (!state.visited.insert(identity).second) return true;
+  }
   std::u16string path;
   while (entries.Next()) {
-    if (context.cancel.IsSet()) {
-      goOn = false;
-      break;
-    }
+    if (context.cancel.IsSet()) return false;
     path.assign(folder).append(entries.Name());
     if (entries.IsFolder() && !entries.IsHidden()) {
       if (!recurse) continue;
       path.push_back(kPathSeparator);
       if (ContainsPath(context.lists.lstFoldersExclude, path) || ContainsPath(context.lists.lstFoldersNoSub, path))
         continue;
-      if (!Walk(path, true, out, context, descent)) {
-        goOn = false;
-        break;
-      }
+      if (!Walk(path, true, out, context, state, false)) return false;
       continue;
     }
-    if (!context.audio.IsAudioFile(entries.Name())) continue;
+    // Only regular files (and links to them) can be converted; a hidden folder,
+    // a dangling link or a named pipe with an audio name is left out, as the file
+    // list leaves it out.
+    if (!entries.IsRegularFile() || !context.audio.IsAudioFile(entries.Name())) continue;
     if (ContainsPath(context.lists.lstSingleFilesExclude, path)) continue;
+    if (PathTooLongForSystem(path)) {
+      context.tooLong.push_back(path);
+      continue;
+    }
     if (context.filters.Date().IsOn()) {
       EntryDetails details;
       if (!entries.Details(details)) continue;  // gone since it was listed
@@ -73,11 +92,15 @@ bool Walk(const std::u16string& folder, bool recurse, std::vector<std::u16string
     if (context.applyMetadata && context.filters.IsMetadataExcluded(path, context.decoder)) continue;
     AppendWithProgress(out, path, context, u" Files Added");
   }
-  descent.open.pop_back();
-  return goOn;
+  return true;
 }
 
 }  // namespace
+
+bool FolderNameLess(std::u16string_view a, std::u16string_view b) {
+  const int folded = AsciiFoldCompare(a, b);
+  return folded != 0 ? folded < 0 : a < b;
+}
 
 bool AudioFileTest::IsAudioFile(std::u16string_view name) {
   const std::u16string_view extension = ExtensionOf(name);
@@ -103,8 +126,7 @@ std::size_t ExpandFolderNode(SelectionModel& model, NodeId node) {
       names.emplace_back(entries.Name());
     }
   }
-  std::sort(names.begin(), names.end(),
-            [](const std::u16string& a, const std::u16string& b) { return AsciiFoldCompare(a, b) < 0; });
+  std::sort(names.begin(), names.end(), FolderNameLess);
   std::vector<std::u16string> paths;
   paths.reserve(names.size());
   for (const std::u16string& name : names) paths.push_back(WithTrailingSeparator(folder + name));
@@ -124,7 +146,7 @@ std::vector<FileEntry> ListFolderFiles(const std::u16string& folder, FilterState
   const bool metadata = filters.AnyMetadataSlotActive();
   const std::uint64_t now = CurrentFileTime();
   while (entries.Next()) {
-    if (entries.IsFolder() || !audio.IsAudioFile(entries.Name())) continue;
+    if (!entries.IsRegularFile() || !audio.IsAudioFile(entries.Name())) continue;
     EntryDetails details;
     if (!entries.Details(details)) continue;
     if (!filters.Date().PassesDateFilter(details.times.lastWrite, details.times.creation, now)) continue;
@@ -157,8 +179,17 @@ std::uint64_t CollectProgress::Generation() const {
 }
 
 bool WalkFolder(const std::u16string& folder, bool recurse, std::vector<std::u16string>& out, CollectContext& context) {
-  DescentPath descent;
-  return Walk(folder, recurse, out, context, descent);
+  WalkState state;
+  if (recurse) {
+    for (const PathList* list : {&context.lists.lstFoldersExclude, &context.lists.lstFoldersNoSub}) {
+      for (const std::u16string& skipped : *list) {
+        // One open each; tens of entries at most.
+        const FolderIdentity id = FolderEnumeration(skipped).Identity();
+        if (id.Known()) state.skipped.insert(id);
+      }
+    }
+  }
+  return Walk(folder, recurse, out, context, state, true);
 }
 
 std::vector<std::u16string> CollectFiles(CollectContext& context) {
@@ -178,35 +209,68 @@ std::vector<std::u16string> CollectFiles(CollectContext& context) {
   return out;
 }
 
-std::vector<std::u16string> CollectSelectedFiles(const SelectionLists& lists, FilterState& filters,
-                                                 clQzDecoder& decoder, bool forceMetadata, std::u16string_view prefix,
-                                                 CollectUi& ui, std::chrono::milliseconds grace) {
-  CollectProgress progress;
-  progress.SetText(prefix.empty() ? std::u16string(kIndexingFilesText) : std::u16string(prefix));
-  XEvent cancel;
-  XEvent finished;
-  AudioFileTest audio(filters.Types());
-  CollectContext context{
-      lists,  filters, audio, decoder, forceMetadata || filters.AnyMetadataSlotActive(), std::u16string(prefix),
-      cancel, progress};
-  std::vector<std::u16string> result;
-  // The caller waits for the worker in every case, so the worker may borrow all of
-  // the above.
-  std::jthread worker([&] {
-    result = CollectFiles(context);
-    finished.Set();
-  });
+bool RunCollectWorker(const std::shared_ptr<CollectRun>& run, std::function<void()> body, CollectUi& ui,
+                      std::chrono::milliseconds grace, std::chrono::milliseconds stopTimeout) {
+  // The worker holds the run (and whatever `body` captured) for as long as it
+  // lives, so it never touches anything of the caller's once it has been left
+  // behind.
+  XWorkerThread worker;
+  worker.Start(
+      [run, body = std::move(body)](const WorkerStop&) {
+        body();
+        run->finished.Set();
+      },
+      stopTimeout);
   ui.SetBusy(true);
   const auto deadline = std::chrono::steady_clock::now() + grace;
-  for (auto now = std::chrono::steady_clock::now(); !finished.IsSet() && now < deadline;
+  for (auto now = std::chrono::steady_clock::now(); !run->finished.IsSet() && now < deadline;
        now = std::chrono::steady_clock::now()) {
-    finished.Wait(std::min<std::chrono::milliseconds>(kCollectPollStep,
-                                                      std::chrono::ceil<std::chrono::milliseconds>(deadline - now)));
+    run->finished.Wait(std::min<std::chrono::milliseconds>(
+        kCollectPollStep, std::chrono::ceil<std::chrono::milliseconds>(deadline - now)));
   }
-  if (!finished.IsSet()) ui.ShowProgress(progress, cancel, finished);
-  worker.join();
+  if (!run->finished.IsSet()) ui.ShowProgress(run->progress, run->cancel, run->finished);
+  // Ended, or cancelled while the walk is busy: the walk stops at its next entry;
+  // one stuck in the system (a hung network mount) is left behind after the stop
+  // time-out.
+  if (!run->finished.IsSet()) run->cancel.Set();
+  const bool ended = worker.Stop();
   ui.SetBusy(false);
-  return result;
+  return ended;
+}
+
+std::vector<std::u16string> CollectSelectedFiles(const SelectionLists& lists, FilterState& filters,
+                                                 clQzDecoder& /*decoder*/, bool forceMetadata,
+                                                 std::u16string_view prefix, CollectUi& ui,
+                                                 std::chrono::milliseconds grace) {
+  // Everything the walk reads or changes is its own: the lists, a copy of the
+  // filters (their catalogues grow as tags are read) and a decoder. A walk that
+  // ends hands the filters back; one left behind keeps them to itself.
+  struct Job {
+    Job(const SelectionLists& l, const FilterState& f) : lists(l), filters(f.Copy()), audio(filters.Types()) {}
+    SelectionLists lists;
+    FilterState filters;
+    clQzDecoder decoder;
+    AudioFileTest audio;
+    std::vector<std::u16string> result;
+    std::vector<std::u16string> tooLong;
+  };
+  auto run = std::make_shared<CollectRun>();
+  run->progress.SetText(prefix.empty() ? std::u16string(kIndexingFilesText) : std::u16string(prefix));
+  auto job = std::make_shared<Job>(lists, filters);
+  const bool applyMetadata = forceMetadata || filters.AnyMetadataSlotActive();
+  const bool ended = RunCollectWorker(
+      run,
+      [run, job, applyMetadata, prefix = std::u16string(prefix)] {
+        CollectContext context{job->lists,    job->filters, job->audio,  job->decoder,
+                               applyMetadata, prefix,       run->cancel, run->progress};
+        job->result = CollectFiles(context);
+        job->tooLong = std::move(context.tooLong);
+      },
+      ui, grace, kCollectStopTimeout);
+  if (!ended) return {};
+  filters.Adopt(std::move(job->filters));
+  if (!job->tooLong.empty()) ui.ReportPathsTooLong(job->tooLong);
+  return std::move(job->result);
 }
 
 }  // namespace tessaroven

@@ -8,15 +8,21 @@
 // (showing progress after a grace period), so the walk may read the selection
 // lists and the filters without locks: nobody changes them meanwhile.
 //
-// Links on Linux: a symbolic link to a folder is walked like a folder, but never
-// into a folder that is already open on the way down from the walk's start (same
-// device and inode), so a link loop ends instead of running until paths grow too
-// long. A link to a file counts as the file it leads to.
+// Links on Linux: a symbolic link to a folder is walked like a folder, but each
+// folder (device and inode) is entered once per walk from a start folder: a link
+// loop ends, and links that lead back into the tree cost nothing more, however many
+// paths they make. A folder excluded, or collected on its own without sub-folders,
+// stays out of the walk by identity too, so a link to it does not bring it back.
+// A link to a file counts as the file it leads to.
+//
+// Only regular files (and links to them) are listed and collected: a dangling link,
+// a named pipe or a device with an audio name is left out.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -59,8 +65,13 @@ struct FileEntry {
   std::uint64_t size = 0;
 };
 
+// The order of sub-folders in the tree: the ASCII fold, and names equal under it
+// ("ROCK", "Rock", "rock") by code unit, so the order never depends on how the
+// folder was read.
+bool FolderNameLess(std::u16string_view a, std::u16string_view b);
+
 // Loads the sub-folders of `node` into the tree: visible folders not in
-// kSkippedFolderNames, sorted with the ASCII fold, each with its check state. A node
+// kSkippedFolderNames, sorted by FolderNameLess, each with its check state. A node
 // that already has children, or the network entry, is left alone. When nothing is
 // found the node loses its expand button. Returns the number of folders added.
 std::size_t ExpandFolderNode(SelectionModel& model, NodeId node);
@@ -93,12 +104,20 @@ class CollectUi {
   // The wait cursor, on during the grace period (and the dialog).
   virtual void SetBusy(bool busy) = 0;
   // Shows the progress of a collection that outlasted the grace period until
-  // `finished` is set; a cancel control sets `cancel`. Returns once `finished` is set.
+  // `finished` is set; a cancel control sets `cancel`. Returns once `finished` is
+  // set, or once the user cancelled: the caller then waits for the walk itself, up
+  // to its stop time-out.
   virtual void ShowProgress(const CollectProgress& progress, XEvent& cancel, const XEvent& finished) = 0;
+  // After a walk that ended: the folders and files it left out because their path
+  // is longer than the system can open (never lost without a word). Nothing by
+  // default.
+  virtual void ReportPathsTooLong(const std::vector<std::u16string>& /*paths*/) {}
 };
 
 inline constexpr std::chrono::milliseconds kCollectGracePeriod{2000};
 inline constexpr std::chrono::milliseconds kCollectPollStep{50};
+// How long a cancelled walk may take to stop before it is left behind.
+inline constexpr std::chrono::milliseconds kCollectStopTimeout{60000};
 inline constexpr std::u16string_view kIndexingFilesText = u"Indexing files...";
 
 // Everything one collection reads and writes. The walk takes it by reference: the
@@ -113,11 +132,15 @@ struct CollectContext {
   const XEvent& cancel;
   CollectProgress& progress;
   std::uint64_t now = 0;  // the date filter's "now", fixed for the whole walk
+  // Folders and files left out because their path is longer than the system can
+  // open (PathTooLongForSystem), in the order met.
+  std::vector<std::u16string> tooLong = {};
 };
 
 // One folder of the walk, in enumeration order: sub-folders recursively (when
-// `recurse`; not those excluded or collected on their own without sub-folders),
-// audio files that pass every filter appended to `out`. Stops as soon as the cancel
+// `recurse`; not those excluded or collected on their own without sub-folders,
+// by path or by identity; each folder once), audio files that pass every filter
+// appended to `out`; paths too long for the system go to `context.tooLong`. Stops as soon as the cancel
 // event is set; returns false then.
 bool WalkFolder(const std::u16string& folder, bool recurse, std::vector<std::u16string>& out, CollectContext& context);
 
@@ -126,11 +149,32 @@ bool WalkFolder(const std::u16string& folder, bool recurse, std::vector<std::u16
 // collection gathered so far is returned.
 std::vector<std::u16string> CollectFiles(CollectContext& context);
 
-// The collector as the window and the CLI call it: runs CollectFiles on a worker,
-// waits up to the grace period with the busy cursor, then shows the progress until
-// the worker ends. Metadata filters apply when `forceMetadata` is set or a slot is
-// active. An empty `prefix` shows "Indexing files..." at first.
-// `grace` is there for tests; the program always waits kCollectGracePeriod.
+// What the window and the collector's worker share for one collection. The worker
+// holds it by shared ownership, so a worker left behind never touches freed state.
+struct CollectRun {
+  CollectProgress progress;
+  XEvent cancel;
+  XEvent finished;
+};
+
+// Runs `body` on a worker (which sets `run->finished` after it), waits up to
+// `grace` with the busy cursor, then shows the progress until the worker ends or
+// the user cancels. A cancelled worker is asked to stop (`run->cancel`) and waited
+// for in 25 ms steps up to `stopTimeout`; one still busy after that (a walk stuck
+// on a hung network mount) is left behind. `body` must own (capture by value or
+// shared pointer) everything it touches. True when the worker ended.
+bool RunCollectWorker(const std::shared_ptr<CollectRun>& run, std::function<void()> body, CollectUi& ui,
+                      std::chrono::milliseconds grace, std::chrono::milliseconds stopTimeout);
+
+// The collector as the window and the CLI call it: CollectFiles on a worker
+// through RunCollectWorker. The worker walks with its own copy of the lists, of the
+// filters and its own decoder (`decoder` is not borrowed); a walk that ends hands
+// the filters back to `filters` (the metadata catalogues grew). Metadata filters
+// apply when `forceMetadata` is set or a slot is active. An empty `prefix` shows
+// "Indexing files..." at first. Paths too long for the system go to the front-end's
+// ReportPathsTooLong. `grace` is there for tests; the program always waits
+// kCollectGracePeriod. A walk left behind returns nothing (its cancel is set, so
+// the caller sees a cancelled collection).
 std::vector<std::u16string> CollectSelectedFiles(const SelectionLists& lists, FilterState& filters,
                                                  clQzDecoder& decoder, bool forceMetadata, std::u16string_view prefix,
                                                  CollectUi& ui, std::chrono::milliseconds grace = kCollectGracePeriod);

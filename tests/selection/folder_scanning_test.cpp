@@ -282,5 +282,57 @@ TEST_F(ScanTest, ACollectionOutlastingTheGraceShowsProgressAndCanBeCancelled) {
   EXPECT_LT(files.size(), static_cast<std::size_t>(kFiles) + 1) << "the single file comes after the walk";
 }
 
+// The user cancels a walk that hangs in the system (a network mount whose server is
+// gone): the caller must come back after the stop time-out instead of freezing,
+// and the worker left behind must only touch what it owns when it wakes up.
+TEST_F(ScanTest, AWalkThatDoesNotStopIsLeftBehindAfterTheStopTimeOut) {
+  class CancellingUi : public CollectUi {
+   public:
+    void SetBusy(bool) override {}
+    void ShowProgress(const CollectProgress&, XEvent& cancel, const XEvent&) override { cancel.Set(); }
+  } ui;
+  struct Stuck {
+    XEvent release;
+    XEvent done;
+    std::vector<int> written;
+  };
+  auto stuck = std::make_shared<Stuck>();
+  auto run = std::make_shared<CollectRun>();
+  const auto started = std::chrono::steady_clock::now();
+  const bool ended = RunCollectWorker(
+      run,
+      [stuck] {
+        stuck->release.Wait(std::chrono::milliseconds(-1));  // the hung system call
+        stuck->written.push_back(1);
+        stuck->done.Set();
+      },
+      ui, std::chrono::milliseconds(0), std::chrono::milliseconds(100));
+  EXPECT_FALSE(ended);
+  EXPECT_TRUE(run->cancel.IsSet());
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(30));
+  run.reset();  // the caller's share of the run is gone; the worker keeps its own
+  stuck->release.Set();
+  ASSERT_TRUE(stuck->done.Wait(std::chrono::seconds(30)));
+  EXPECT_EQ(stuck->written, std::vector<int>{1});
+}
+
+TEST_F(ScanTest, AWalkThatStopsWhenCancelledIsWaitedFor) {
+  class CancellingUi : public CollectUi {
+   public:
+    void SetBusy(bool) override {}
+    void ShowProgress(const CollectProgress&, XEvent& cancel, const XEvent&) override { cancel.Set(); }
+  } ui;
+  auto run = std::make_shared<CollectRun>();
+  bool stopped = false;
+  EXPECT_TRUE(RunCollectWorker(
+      run,
+      [run, &stopped] {
+        run->cancel.Wait(std::chrono::milliseconds(-1));
+        stopped = true;
+      },
+      ui, std::chrono::milliseconds(0), std::chrono::seconds(60)));
+  EXPECT_TRUE(stopped) << "joined, so the body's last write is seen";
+}
+
 }  // namespace
 }  // namespace tessaroven

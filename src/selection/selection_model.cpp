@@ -203,6 +203,21 @@ void SelectionModel::RefreshAncestorStates(NodeId node) {
   }
 }
 
+void SelectionModel::CollapseNetworkEntry(NodeId network) {
+  // The search finds each computer once, and its placeholder is made once: the
+  // network entry keeps what lies directly below it. Only the shares, which are
+  // folders, lose what was loaded below them, like every other folder.
+  for (const NodeId computer : tree_.ChildrenOf(network)) {
+    tree_.SetState(computer, csUnchecked);
+    for (const NodeId share : tree_.ChildrenOf(computer)) {
+      tree_.SetState(share, csUnchecked);
+      tree_.DiscardChildren(share);
+    }
+    tree_.SetExpanded(computer, false);
+  }
+  tree_.SetExpanded(network, false);
+}
+
 bool SelectionModel::ResetSelections() {
   if (ShowPrompt(kResetQuestion, kMessageTitle, kQuestionStyle) != kAnswerYes) return false;
   ClearSelections();
@@ -217,7 +232,11 @@ void SelectionModel::ClearSelections() {
   lists_.ClearSelections();
   for (const NodeId node : tree_.TopLevelNodes()) {
     tree_.SetState(node, csUnchecked);
-    tree_.DiscardChildren(node);
+    if (tree_.PathOf(node) == kNetworkEntry) {
+      CollapseNetworkEntry(node);
+    } else {
+      tree_.DiscardChildren(node);
+    }
   }
   view_.RefillFileList();
   view_.ClearFilters();

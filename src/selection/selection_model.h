@@ -120,13 +120,16 @@ class SelectionModel {
   bool ResetSelections();
   // The reset itself, without asking (a profile load resets this way): every
   // top-level node unchecked and collapsed with its loaded children discarded, the
-  // five lists emptied, the file list refilled and the filters cleared.
+  // five lists emptied, the file list refilled and the filters cleared. The network
+  // entry keeps its computers (or its "Searching..." placeholder), which its search
+  // finds only once; the shares below them are collapsed like folders.
   void ClearSelections();
 
  private:
   void RedrawFileChecks();
   void SetRowAndRecord(std::size_t row, bool selected);
   bool ParentIsFolderAndSub(NodeId node) const;
+  void CollapseNetworkEntry(NodeId network);
 
   SelectionView& view_;
   SelectionLists lists_;

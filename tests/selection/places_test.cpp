@@ -114,6 +114,52 @@ TEST(Places, AddToTreeMakesExpandableTopLevelNodesWithLabelsAndRoots) {
   EXPECT_EQ(nodes.Label(kNoNode), u"");
 }
 
+// A window-less view for the selection model.
+class QuietView : public SelectionView {
+ public:
+  NodeId CurrentNode() const override { return kNoNode; }
+  std::size_t FileRowCount() const override { return 0; }
+  std::u16string_view FileRowPath(std::size_t) const override { return {}; }
+  int FileRowImage(std::size_t) const override { return kFileImageUnticked; }
+  void SetFileRowImage(std::size_t, int) override {}
+  void UpdateStatusLine() override {}
+  void RefillFileList() override {}
+  void ClearFilters() override {}
+};
+
+// Clear and every profile load reset the tree; the network entry is searched once,
+// so it must come out of a reset still working: with its placeholder (or the
+// computers found), collapsed, the shares' folders discarded like any other.
+TEST(Places, TheNetworkEntryKeepsItsSearchingChildAndComputersThroughAReset) {
+  QuietView view;
+  SelectionModel model(view);
+  FolderTree& tree = model.Tree();
+  PlaceNodes nodes;
+  AddPlacesToTree(tree, model.Lists(), nodes, TestPlaces());
+  const NodeId network = tree.TopLevelNodes().back();
+  const NodeId drive = tree.TopLevelNodes()[1];
+  tree.AddNode(drive, Native(u"/bin/"));
+  tree.SetExpanded(network, true);
+
+  model.ClearSelections();
+  EXPECT_TRUE(tree.ChildrenOf(drive).empty()) << "folders are read afresh";
+  ASSERT_EQ(tree.ChildrenOf(network), std::vector<NodeId>{nodes.SearchingNode()});
+  EXPECT_EQ(nodes.Label(tree.ChildrenOf(network)[0]), u"Searching...");
+  EXPECT_FALSE(tree.IsExpanded(network));
+
+  // A computer found meanwhile, with a share opened and ticked.
+  const NodeId computer = tree.AddNode(network, std::u16string(kNetworkComputerEntry));
+  const NodeId share = tree.AddNode(computer, Native(u"/net/nas/music/"));
+  const NodeId shareFolder = tree.AddNode(share, Native(u"/net/nas/music/jazz/"));
+  ASSERT_TRUE(model.ToggleFolderState(share));
+  model.ClearSelections();
+  EXPECT_EQ(tree.ChildrenOf(network).size(), 2u);
+  EXPECT_EQ(tree.ChildrenOf(computer), std::vector<NodeId>{share});
+  EXPECT_EQ(tree.StateOf(share), TreeCheckState::csUnchecked);
+  EXPECT_FALSE(tree.IsNode(shareFolder));
+  EXPECT_FALSE(model.Lists().HasSelections());
+}
+
 // The top level's paths in row order.
 std::vector<std::u16string> RowPaths(const FolderTree& tree) {
   std::vector<std::u16string> paths;

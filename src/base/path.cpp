@@ -61,6 +61,13 @@ bool IsReservedDeviceName(std::u16string_view component) {
 
 bool IsPathSeparator(char16_t c) { return c == kPathSeparator; }
 
+bool IsAbsolutePath(std::u16string_view path) {
+  if constexpr (kIsWindows) {
+    if (!path.empty() && (path[0] == u'\\' || path[0] == u'/')) return true;
+  }
+  return RootLength(path) > 0;
+}
+
 std::u16string WithTrailingSeparator(std::u16string_view path) {
   if (path.empty()) return {};
   std::size_t end = path.size();

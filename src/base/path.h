@@ -42,6 +42,12 @@ std::u16string AddLongPathPrefix(std::u16string_view path, std::size_t limit = 2
 // The rule where it applies: Windows. Linux has no such limit; the path is kept.
 std::u16string MakeLongPath(std::u16string_view path, std::size_t limit = 260);
 
+// Whether `path` is absolute: it begins with a root ("/" on Linux; "C:\",
+// "\\server\share\", "\\?\", or a lone separator for the current drive's root
+// on Windows). A relative path ("music/", "") or a drive-relative one ("C:music")
+// is not.
+bool IsAbsolutePath(std::u16string_view path);
+
 // Whether `path` is only a root: "/" on Linux; "C:\", "\\server\share\" or a bare
 // "\\?\" prefixed drive on Windows.
 bool IsRootPath(std::u16string_view path);

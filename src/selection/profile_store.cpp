@@ -99,8 +99,9 @@ std::vector<std::uint8_t> ProfileStore::Serialize() const {
   return out;
 }
 
-ProfileStore ProfileStore::Parse(std::span<const std::uint8_t> buffer) {
+ProfileStore ProfileStore::Parse(std::span<const std::uint8_t> buffer, std::optional<std::size_t>* damageAt) {
   ProfileStore store;
+  if (damageAt != nullptr) *damageAt = std::nullopt;
   if (buffer.size() < 5) return store;
   const std::int32_t count = ReadInt32(buffer.data());
   if (count < 1) return store;
@@ -108,17 +109,20 @@ ProfileStore ProfileStore::Parse(std::span<const std::uint8_t> buffer) {
   const std::uint8_t* data = buffer.data();
   const std::size_t size = buffer.size();
   std::size_t pos = 4;
+  const auto damaged = [&] {
+    if (damageAt != nullptr) *damageAt = pos;
+  };
   for (std::int32_t read = 0; read < count && pos < size; ++read) {
-    if (size - pos < 4) break;
+    if (size - pos < 4) return damaged(), store;
     const std::int32_t length = ReadInt32(data + pos);
-    if (length < 0 || static_cast<std::size_t>(length) > size - pos) break;
+    // A length below 4 cannot even hold itself.
+    if (length < 4 || static_cast<std::size_t>(length) > size - pos) return damaged(), store;
     const std::size_t end = pos + static_cast<std::size_t>(length);
     std::size_t at = pos + 4;
-    if (at > end) break;  // a length below 4 cannot even hold itself
     const std::optional<std::u16string> key = ReadText(data, at, end);
-    if (!key) break;
+    if (!key) return damaged(), store;
     const std::optional<std::u16string> value = ReadText(data, at, end);
-    if (!value) break;
+    if (!value) return damaged(), store;
     store.Set(*key, *value, buffer.subspan(at, end - at));
     pos = end;
   }

@@ -35,6 +35,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -73,8 +74,11 @@ class ProfileStore {
   // real profile comes near; a store without records gives the 4 bytes of count 0.
   std::vector<std::uint8_t> Serialize() const;
 
-  // Reads a profile buffer by the rules above.
-  static ProfileStore Parse(std::span<const std::uint8_t> buffer);
+  // Reads a profile buffer by the rules above. When `damageAt` is given it receives
+  // the byte offset of the first damaged record (a length below 4, negative or past
+  // the end, a key or value without its zero unit, or a length field cut short),
+  // or std::nullopt when reading ended normally.
+  static ProfileStore Parse(std::span<const std::uint8_t> buffer, std::optional<std::size_t>* damageAt = nullptr);
 
   bool operator==(const ProfileStore&) const = default;
 

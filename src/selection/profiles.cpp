@@ -85,10 +85,24 @@ std::filesystem::path FsPath(const std::u16string& path) {
   return std::filesystem::path(ToOsString(MakeLongPath(path)));
 }
 
+constexpr std::u16string_view kTempPrefix = u"~Profile-";
+constexpr std::u16string_view kTempSuffix = u".tmp";
+constexpr std::size_t kTempHexDigits = 8;
+
 std::u16string TempNameIn(std::u16string_view folder) {
-  char hex[9];
+  char hex[kTempHexDigits + 1];
   std::snprintf(hex, sizeof(hex), "%08X", static_cast<unsigned>(SharedRandomNumber(0xFFFFFFFFu)));
-  return std::u16string(folder) + u"~Profile-" + AsciiToUtf16(hex) + u".tmp";
+  return std::u16string(folder) + std::u16string(kTempPrefix) + AsciiToUtf16(hex) + std::u16string(kTempSuffix);
+}
+
+// A name TempNameIn makes: "~Profile-", eight upper-case hex digits, ".tmp".
+bool IsProfileTempName(std::u16string_view name) {
+  if (name.size() != kTempPrefix.size() + kTempHexDigits + kTempSuffix.size() || !name.starts_with(kTempPrefix) ||
+      !name.ends_with(kTempSuffix))
+    return false;
+  const std::u16string_view hex = name.substr(kTempPrefix.size(), kTempHexDigits);
+  return std::all_of(hex.begin(), hex.end(),
+                     [](char16_t c) { return (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'F'); });
 }
 
 }  // namespace
@@ -131,11 +145,18 @@ ProfileStore BuildProfileStore(const SelectionLists& lists, const FilterState& f
   return store;
 }
 
-void ApplyProfileStore(const ProfileStore& store, bool loadLists, SelectionLists& lists, FilterState& filters) {
+void ApplyProfileStore(const ProfileStore& store, bool loadLists, SelectionLists& lists, FilterState& filters,
+                       std::vector<std::u16string>* skipped) {
   if (loadLists) {
     const auto inOrder = lists.SelectionListsInOrder();
     for (std::size_t i = 0; i < inOrder.size(); ++i) {
-      *inOrder[i] = Split(store.Text(kSelectionListProfileKeys[i]), kProfileListSeparator);
+      PathList& list = *inOrder[i];
+      list = Split(store.Text(kSelectionListProfileKeys[i]), kProfileListSeparator);
+      std::erase_if(list, [&](const std::u16string& entry) {
+        if (IsAbsolutePath(entry)) return false;
+        if (skipped != nullptr) skipped->push_back(entry);
+        return true;
+      });
     }
   }
   filters.Types().ApplyExcludedExtensionsText(store.Text(kExcludedExtensionsProfileKey));
@@ -159,6 +180,28 @@ std::optional<std::vector<std::uint8_t>> ReadProfileFile(const std::u16string& p
   const auto count = static_cast<std::uint32_t>(size);
   if (file.Read(bytes.data(), count) != count) return std::nullopt;
   return bytes;
+}
+
+std::size_t RemoveStaleProfileTemps(const std::u16string& folder) {
+  if (folder.empty()) return 0;
+  std::vector<std::u16string> stale;
+  {
+    FolderEnumeration entries(folder);
+    while (entries.Next()) {
+      if (entries.IsFolder() || !IsProfileTempName(entries.Name())) continue;
+      stale.push_back(folder + std::u16string(entries.Name()));
+    }
+  }
+  std::size_t removed = 0;
+  const auto now = std::filesystem::file_time_type::clock::now();
+  for (const std::u16string& path : stale) {
+    std::error_code error;
+    const auto written = std::filesystem::last_write_time(FsPath(path), error);
+    // A younger one may belong to a save running in another window right now.
+    if (error || now - written < kStaleProfileTempAge) continue;
+    if (std::filesystem::remove(FsPath(path), error)) ++removed;
+  }
+  return removed;
 }
 
 bool WriteProfileFile(const std::u16string& path, const std::vector<std::uint8_t>& bytes, bool interactive) {
@@ -236,9 +279,21 @@ bool Profiles::SaveProfile() {
   // A fresh system has no profile folder yet; the first save makes it.
   std::error_code error;
   std::filesystem::create_directories(FsPath(std::u16string(FolderOf(path))), error);
+  // A save killed half-way leaves its temporary file behind; the next save clears
+  // them away.
+  RemoveStaleProfileTemps(std::u16string(FolderOf(path)));
   const std::vector<std::uint8_t> bytes = BuildProfileStore(selection_.Lists(), filters_).Serialize();
   if (bytes.empty()) return false;
   return WriteProfileFile(path, bytes, true);
+}
+
+bool Profiles::SaveAs(std::u16string_view requested) {
+  const std::u16string name(requested);
+  if (name.empty() || IsFixedEntry(name)) return false;
+  list_.current = name;
+  SelectCurrentEntry();
+  window_.ProfileListChanged();
+  return SaveProfile();
 }
 
 bool Profiles::LoadProfile(std::u16string_view name) {
@@ -254,13 +309,16 @@ bool Profiles::LoadCurrent(std::u16string_view requested) {
   list_.current = name.empty() ? std::u16string(kNoProfileEntry) : name;
   const bool loadLists = name.find(kFiltersOnlyMarker) == std::u16string_view::npos;
   if (loadLists) selection_.ClearSelections();
-  bool read = false;
+  lastLoad_ = ProfileLoadReport{};
   if (list_.HasCurrentProfile()) {
-    if (const auto bytes = ReadProfileFile(ProfilePath(list_.current))) {
-      ApplyProfileStore(ProfileStore::Parse(*bytes), loadLists, selection_.Lists(), filters_);
-      read = true;
+    lastLoad_.path = ProfilePath(list_.current);
+    if (const auto bytes = ReadProfileFile(lastLoad_.path)) {
+      const ProfileStore store = ProfileStore::Parse(*bytes, &lastLoad_.damageAt);
+      ApplyProfileStore(store, loadLists, selection_.Lists(), filters_, &lastLoad_.skippedPaths);
+      lastLoad_.read = true;
     }
   }
+  const bool read = lastLoad_.read;
   selection_.InitialStatesForLoadedNodes();
   view_.RefillFileList();
   view_.UpdateStatusLine();

@@ -25,6 +25,7 @@
 // in full loads nothing, a damaged one loads what came before the damage.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -103,15 +104,36 @@ class ProfileWindow {
 // the switch is on) and "Filter%d", then "DateFilter".
 ProfileStore BuildProfileStore(const SelectionLists& lists, const FilterState& filters);
 // Puts a loaded store into effect: with `loadLists`, each of the five lists becomes
-// the split of its key's text (a missing key or an empty text gives an empty list);
+// the split of its key's text (a missing key or an empty text gives an empty list),
+// without the entries that are empty or not absolute paths: a profile never holds
+// relative paths, so such an entry is damage, and handed to the collector it would
+// name a folder relative to wherever the program happens to run. The entries left
+// out are appended to `skipped` when given;
 // the filters take the type, slot and date values, a missing key counting as an
 // empty value (nothing excluded, nothing marked, switch off, date filter off), so
 // that the filters are always those of the profile and never a mix with the last.
-void ApplyProfileStore(const ProfileStore& store, bool loadLists, SelectionLists& lists, FilterState& filters);
+void ApplyProfileStore(const ProfileStore& store, bool loadLists, SelectionLists& lists, FilterState& filters,
+                       std::vector<std::u16string>* skipped = nullptr);
+
+// What the last load found, for a caller that reports it (the CLI); the window
+// stays silent, as the Part says.
+struct ProfileLoadReport {
+  std::u16string path;                       // the file read (empty: none was asked for)
+  bool read = false;                         // the file was read in full
+  std::optional<std::size_t> damageAt;       // the byte offset where its damage begins
+  std::vector<std::u16string> skippedPaths;  // list entries left out (empty or not absolute)
+};
 
 // The whole file, or nothing when it cannot be opened or fewer bytes arrive than its
 // size promised. Silent.
 std::optional<std::vector<std::uint8_t>> ReadProfileFile(const std::u16string& path);
+// Temporary files of profile saves ("~Profile-XXXXXXXX.tmp") older than this are
+// left over from a save that was killed half-way.
+inline constexpr std::chrono::hours kStaleProfileTempAge{1};
+// Removes such left-over temporary files from `folder` (ending in the separator);
+// younger ones and every other file stay. Returns how many went.
+std::size_t RemoveStaleProfileTemps(const std::u16string& folder);
+
 // Writes `bytes` as the file `path` through a temporary file in the same folder
 // renamed over it (the folder must exist). When `interactive`, failures prompt with
 // retry/cancel. False when the file was not replaced; the old file is then intact.
@@ -148,6 +170,13 @@ class Profiles {
   // written, after the user has seen the file object's prompts.
   bool SaveProfile();
 
+  // Saves the current selection and filters as the profile `name` and makes it
+  // current (its entry added to the list when new). Unlike "[Create Profile]" the
+  // profile current before is not saved first: every other profile file stays as
+  // it was. False for an empty name or a fixed entry, or when the file could not be
+  // written.
+  bool SaveAs(std::u16string_view name);
+
   // Makes `name` current and loads it. Unless the name carries the " [No File
   // Selections]" marker the selection is reset first (without asking), and reset it
   // stays when the file cannot be read. "(none selected)" reads no file: it resets
@@ -155,6 +184,8 @@ class Profiles {
   // derived afresh and the window refills its file list and status line. Returns
   // whether a file was read.
   bool LoadProfile(std::u16string_view name);
+  // What the last load (LoadProfile, a switch or a delete) found.
+  const ProfileLoadReport& LastLoad() const { return lastLoad_; }
 
  private:
   // LoadProfile without telling the window (the callers do, once).
@@ -169,6 +200,7 @@ class Profiles {
   FilterState& filters_;
   ProfileWindow& window_;
   ProfileList list_;
+  ProfileLoadReport lastLoad_;
 };
 
 }  // namespace tessaroven

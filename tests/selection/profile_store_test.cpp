@@ -85,6 +85,7 @@ struct ParseCase {
   const char* name;
   Bytes bytes;
   std::vector<ProfileRecord> expected;
+  std::optional<std::size_t> damageAt = std::nullopt;  // where the damaged record begins
 };
 
 const Bytes kFirst = Record(u"lstFoldersAndSub", u"/m/");
@@ -93,7 +94,7 @@ const Bytes kSecond = Record(u"DateFilter", u"1,30");
 const ParseCase kParseCases[] = {
     {"EmptyBuffer", {}, {}},
     {"FourBytesOnly", U32(1), {}},
-    {"CountOnlyPlusOneByte", Cat({U32(1), B({0})}), {}},
+    {"CountOnlyPlusOneByte", Cat({U32(1), B({0})}), {}, 4},
     {"CountZeroIgnoresRecords", Cat({U32(0), kFirst}), {}},
     {"CountWithHighBitIsBelowOne", Cat({U32(0xFFFFFFFF), kFirst}), {}},
     {"WellFormedTwoRecords",
@@ -105,27 +106,36 @@ const ParseCase kParseCases[] = {
      {R(u"lstFoldersAndSub", u"/m/"), R(u"DateFilter", u"1,30")}},
     {"TruncatedMidRecord",
      Cat({U32(2), kFirst, Bytes(kSecond.begin(), kSecond.end() - 3)}),
-     {R(u"lstFoldersAndSub", u"/m/")}},
-    {"TruncatedInsideTheLengthField", Cat({U32(2), kFirst, B({0x20, 0x00})}), {R(u"lstFoldersAndSub", u"/m/")}},
-    {"NegativeLength", Cat({U32(3), kFirst, U32(0xFFFFFFF0), kSecond}), {R(u"lstFoldersAndSub", u"/m/")}},
+     {R(u"lstFoldersAndSub", u"/m/")},
+     50},
+    {"TruncatedInsideTheLengthField", Cat({U32(2), kFirst, B({0x20, 0x00})}), {R(u"lstFoldersAndSub", u"/m/")}, 50},
+    {"NegativeLength", Cat({U32(3), kFirst, U32(0xFFFFFFF0), kSecond}), {R(u"lstFoldersAndSub", u"/m/")}, 50},
     {"LengthPastTheEnd",
      Cat({U32(2), kFirst, U32(1000), Bytes(kSecond.begin() + 4, kSecond.end())}),
-     {R(u"lstFoldersAndSub", u"/m/")}},
-    {"LengthZeroCannotHoldItself", Cat({U32(3), kFirst, U32(0), kSecond}), {R(u"lstFoldersAndSub", u"/m/")}},
+     {R(u"lstFoldersAndSub", u"/m/")},
+     50},
+    {"LengthZeroCannotHoldItself", Cat({U32(3), kFirst, U32(0), kSecond}), {R(u"lstFoldersAndSub", u"/m/")}, 50},
     {"LengthTooShortForTheValueTerminator",
      Cat({U32(2), kFirst, U32(8), Z(u"k"), kSecond}),
-     {R(u"lstFoldersAndSub", u"/m/")}},
+     {R(u"lstFoldersAndSub", u"/m/")},
+     50},
     {"KeyWithoutTerminatorInsideTheRecord",
      Cat({U32(2), kFirst, U32(10), B({'k', 0, 'e', 0, 'y', 0}), kSecond}),
-     {R(u"lstFoldersAndSub", u"/m/")}},
+     {R(u"lstFoldersAndSub", u"/m/")},
+     50},
     {"KeyRunningToTheEndOfTheBuffer",
      Cat({U32(2), kFirst, U32(9), B({'k', 0, 'e', 0, 'y'})}),
-     {R(u"lstFoldersAndSub", u"/m/")}},
+     {R(u"lstFoldersAndSub", u"/m/")},
+     50},
     {"ValueWithoutTerminatorInsideTheRecord",
      Cat({U32(2), kFirst, U32(12), Z(u"k"), B({'v', 0, 'w', 0}), kSecond}),
-     {R(u"lstFoldersAndSub", u"/m/")}},
+     {R(u"lstFoldersAndSub", u"/m/")},
+     50},
     {"OddLengthLeavesOneDataByte", Cat({U32(1), U32(9), Z(u""), Z(u""), B({0xAB})}), {R(u"", u"", B({0xAB}))}},
-    {"OddTrailingByteAfterTheLastRecordIsIgnored", Cat({U32(5), kFirst, B({0x01})}), {R(u"lstFoldersAndSub", u"/m/")}},
+    {"OddTrailingByteAfterTheLastRecordIsIgnored",
+     Cat({U32(5), kFirst, B({0x01})}),
+     {R(u"lstFoldersAndSub", u"/m/")},
+     50},
     {"DataStopsAtTheRecordLength",
      Cat({U32(2), Record(u"Filter0", u"", B({1, 0, 0, 0, 2, 0, 0, 0})), kSecond}),
      {R(u"Filter0", u"", B({1, 0, 0, 0, 2, 0, 0, 0})), R(u"DateFilter", u"1,30")}},
@@ -141,8 +151,11 @@ TEST_P(ProfileStoreParse, KeepsTheRecordsBeforeTheDamage) {
   const Bytes& bytes = GetParam().bytes;
   const std::unique_ptr<std::uint8_t[]> copy(new std::uint8_t[bytes.size()]);
   std::copy(bytes.begin(), bytes.end(), copy.get());
-  const ProfileStore store = ProfileStore::Parse(std::span<const std::uint8_t>(copy.get(), bytes.size()));
+  std::optional<std::size_t> damageAt = 12345;
+  const ProfileStore store = ProfileStore::Parse(std::span<const std::uint8_t>(copy.get(), bytes.size()), &damageAt);
   EXPECT_EQ(store.Records(), GetParam().expected);
+  EXPECT_EQ(damageAt, GetParam().damageAt) << "where the damage begins";
+  EXPECT_EQ(ProfileStore::Parse(std::span<const std::uint8_t>(copy.get(), bytes.size())), store);
 }
 
 INSTANTIATE_TEST_SUITE_P(Buffers, ProfileStoreParse, testing::ValuesIn(kParseCases),

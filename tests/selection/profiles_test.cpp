@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -228,13 +229,34 @@ TEST_F(ProfilesTest, EmptyListLoadsAsNoEntriesNotAsOneEmptyPath) {
   EXPECT_EQ(model.Lists().lstSingleFiles, PathList{Native(u"/only.flac")});
 }
 
-TEST_F(ProfilesTest, PathContainingTheSeparatorSplitsIntoTwoEntriesOnLoading) {
+TEST_F(ProfilesTest, PathContainingTheSeparatorSplitsAndItsRelativePieceIsLeftOut) {
   profiles.FillProfileList();
   Create(u"Split");
-  model.Lists().lstFoldersAndSub = {u"/odd{_{_}_}name/"};
+  model.Lists().lstFoldersAndSub = {u"/odd{_{_}_}name/", u"/a{_{_}_}/b/"};
   ASSERT_TRUE(profiles.SaveProfile());
   ASSERT_TRUE(profiles.LoadProfile(u"Split"));
-  EXPECT_EQ(model.Lists().lstFoldersAndSub, (PathList{u"/odd", u"name/"}));
+  EXPECT_EQ(model.Lists().lstFoldersAndSub, (PathList{u"/odd", u"/a", u"/b/"}));
+  EXPECT_EQ(profiles.LastLoad().skippedPaths, PathList{u"name/"});
+}
+
+// A profile never holds relative paths: an empty or relative entry is damage, and
+// handed to the collector it would walk a folder below wherever the program runs.
+TEST_F(ProfilesTest, EntriesThatAreEmptyOrNotAbsoluteAreLeftOutWhenLoading) {
+  std::filesystem::create_directories(Fs(ProfileFolder()));
+  ProfileStore store;
+  store.SetText(u"lstFoldersAndSub", Native(u"/m/{_{_}_}{_{_}_}music/rock/{_{_}_}/x/"));
+  store.SetText(u"lstSingleFiles", u"a.flac");
+  store.SetText(u"lstSingleFilesExclude", Native(u"/m/b.flac"));
+  ASSERT_TRUE(test::WriteBytes(ProfilePath(u"Odd"), std::string(reinterpret_cast<const char*>(store.Serialize().data()),
+                                                                store.Serialize().size())));
+  ASSERT_TRUE(profiles.LoadProfile(u"Odd"));
+  EXPECT_EQ(model.Lists().lstFoldersAndSub, (PathList{Native(u"/m/"), Native(u"/x/")}));
+  EXPECT_TRUE(model.Lists().lstSingleFiles.empty());
+  EXPECT_EQ(model.Lists().lstSingleFilesExclude, PathList{Native(u"/m/b.flac")});
+  EXPECT_EQ(profiles.LastLoad().skippedPaths, (PathList{u"", Native(u"music/rock/"), u"a.flac"}));
+  EXPECT_EQ(profiles.LastLoad().path, ProfilePath(u"Odd"));
+  EXPECT_TRUE(profiles.LastLoad().read);
+  EXPECT_EQ(profiles.LastLoad().damageAt, std::nullopt);
 }
 
 // A file written by hand in the documented layout, every byte spelled out.
@@ -276,6 +298,7 @@ struct BadFileCase {
   std::optional<std::string> bytes;  // nullopt: no file at all
   bool read;
   PathList noSub;  // what the file's one good record holds, when it is read
+  std::optional<std::size_t> damageAt = std::nullopt;
 };
 
 const std::string kKeptRecord(
@@ -293,11 +316,13 @@ const BadFileCase kBadFiles[] = {
     {"TruncatedSecondRecord",
      std::string("\x02\x00\x00\x00", 4) + kKeptRecord + kKeptRecord.substr(0, 20),
      true,
-     {u"/k/"}},
+     {u"/k/"},
+     48},
     {"NegativeLengthAfterTheRecord",
      std::string("\x02\x00\x00\x00", 4) + kKeptRecord + std::string("\xF0\xFF\xFF\xFF", 4) + kKeptRecord,
      true,
-     {u"/k/"}},
+     {u"/k/"},
+     48},
 };
 
 class BadProfileFiles : public ProfilesTest, public testing::WithParamInterface<BadFileCase> {};
@@ -310,6 +335,8 @@ TEST_P(BadProfileFiles, LoadWhatCameBeforeTheDamageAfterResetting) {
   }
   ChooseA();
   EXPECT_EQ(profiles.LoadProfile(u"Bad"), c.read);
+  EXPECT_EQ(profiles.LastLoad().read, c.read);
+  EXPECT_EQ(profiles.LastLoad().damageAt, c.damageAt) << "where the damage begins, for the CLI to name";
   EXPECT_EQ(profiles.List().current, u"Bad");
   EXPECT_TRUE(model.Lists().lstFoldersAndSub.empty());
   EXPECT_EQ(model.Lists().lstFoldersNoSub, c.noSub);
@@ -603,6 +630,48 @@ TEST_F(ProfilesTest, FailedReplaceReportsLeavesNoTemporaryFileAndKeepsTheTarget)
   EXPECT_EQ(prompts.Shown()[0].caption, u"File Write Error");
   EXPECT_EQ(test::ListFolder(ProfileFolder()), std::vector<std::u16string>{u"Blocked.bin"});
   EXPECT_EQ(test::ReadBytes(ProfilePath(u"Blocked") + kPathSeparator + u"inside"), "old");
+}
+
+// A save killed between writing its temporary file and the rename leaves the file
+// behind; the next save clears away those old enough not to be another window's.
+TEST_F(ProfilesTest, ASaveRemovesTemporaryFilesLeftByAKilledSave) {
+  profiles.FillProfileList();
+  Create(u"Tidy");
+  const std::u16string folder = ProfileFolder();
+  std::filesystem::create_directories(Fs(folder));
+  const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::hours(3);
+  for (const char16_t* name : {u"~Profile-0123ABCD.tmp", u"~Profile-FFFFFFFF.tmp", u"~Profile-fresh.tmp",
+                               u"~Profile-0000000.tmp", u"Other.tmp", u"~Profile-89ABCDEF.tmp"}) {
+    ASSERT_TRUE(test::WriteBytes(folder + name, "left over"));
+    if (std::u16string_view(name) != u"~Profile-89ABCDEF.tmp") std::filesystem::last_write_time(Fs(folder + name), old);
+  }
+  ASSERT_TRUE(profiles.SaveProfile());
+  std::vector<std::u16string> left;
+  for (const auto& entry : std::filesystem::directory_iterator(Fs(folder)))
+    left.push_back(FromOsString(entry.path().filename().native()));
+  std::sort(left.begin(), left.end());
+  EXPECT_EQ(left, (std::vector<std::u16string>{u"Other.tmp", u"Tidy.bin", u"~Profile-0000000.tmp",
+                                               u"~Profile-89ABCDEF.tmp", u"~Profile-fresh.tmp"}))
+      << "only this program's temporaries (eight hex digits), and only old ones";
+}
+
+// Saving under a new name (the CLI's --save-profile) must not rewrite the profile
+// that was loaded before.
+TEST_F(ProfilesTest, SaveAsLeavesEveryOtherProfileAsItWas) {
+  profiles.FillProfileList();
+  Create(u"First");
+  ChooseA();
+  ASSERT_TRUE(profiles.SaveProfile());
+  const Bytes first = FileBytes(ProfilePath(u"First"));
+  ASSERT_TRUE(profiles.LoadProfile(u"First"));
+  model.Lists().lstFoldersAndSub.push_back(Native(u"/new/"));
+  ASSERT_TRUE(profiles.SaveAs(u"Third"));
+  EXPECT_EQ(FileBytes(ProfilePath(u"First")), first);
+  EXPECT_EQ(profiles.List().current, u"Third");
+  EXPECT_EQ(SelectedEntry(), u"Third");
+  EXPECT_NE(FileBytes(ProfilePath(u"Third")), first);
+  EXPECT_FALSE(profiles.SaveAs(kCreateProfileEntry));
+  EXPECT_FALSE(profiles.SaveAs(u""));
 }
 
 TEST_F(ProfilesTest, SaveReplacesAnOlderFileCompletely) {

@@ -32,7 +32,8 @@ const char kUsage[] =
     "  --diagnostics          where settings and data live, the folders offered, and how\n"
     "                         numbers, sizes and durations are worded here\n"
     "  --help, --version\n"
-    "Exit codes: 0 done, 1 nothing to convert, 2 bad usage.\n";
+    "Exit codes: 0 done, 1 nothing to convert, 2 bad usage or a step that cannot apply,\n"
+    "3 the converter could not be started.\n";
 
 namespace {
 

@@ -56,9 +56,16 @@ std::u16string UsablePath(const std::string& argument, PathKind kind, std::strin
   return path;
 }
 
+// Paths the walk could not take, one line each on stderr.
+void ReportTooLong(const std::vector<std::u16string>& paths) {
+  for (const std::u16string& path : paths)
+    WriteErr("tessaroven-cli: left out, the path is too long for the system: " + OutputText(path) + "\n");
+}
+
 // The progress of a long collection, on stderr when it is a terminal.
 class TerminalCollectUi : public CollectUi {
  public:
+  void ReportPathsTooLong(const std::vector<std::u16string>& paths) override { ReportTooLong(paths); }
   void SetBusy(bool) override {}
   void ShowProgress(const CollectProgress& progress, XEvent&, const XEvent& finished) override {
     if (!StderrIsTerminal()) {
@@ -78,17 +85,20 @@ class TerminalCollectUi : public CollectUi {
   }
 };
 
-// The command line's side of profiles: --save-profile names the profile to create.
+// The command line's side of profiles: there is no dialog (--save-profile names
+// the profile) and no drop-down list to redraw.
 class CliProfileWindow : public ProfileWindow {
  public:
-  std::optional<std::u16string> RunNewProfileDialog() override { return std::exchange(pendingName, std::nullopt); }
+  std::optional<std::u16string> RunNewProfileDialog() override { return std::nullopt; }
   void ProfileListChanged() override {}
-  std::optional<std::u16string> pendingName;
 };
 
 class Run : private ConversionHost {
  public:
   Run() : profiles_(selection_.Model(), selection_.View(), *filters_, profileWindow_) {}
+  // Checks --columns against the names the list knows (exit 2 naming them all) and
+  // puts each in its own spelling.
+  static std::vector<std::u16string> CheckedColumns(const std::vector<std::string>& given);
   int Execute(const Options& options);
 
  private:
@@ -104,6 +114,7 @@ class Run : private ConversionHost {
   void ShowProgress(const CollectProgress& progress, XEvent& cancel, const XEvent& finished) override {
     progressUi_.ShowProgress(progress, cancel, finished);
   }
+  void ReportPathsTooLong(const std::vector<std::u16string>& paths) override { ReportTooLong(paths); }
   void StopMetadataReader() override {}
   const SelectionLists& Lists() const override { return selection_.Lists(); }
   FilterState& Filters() override { return *filters_; }
@@ -115,8 +126,8 @@ class Run : private ConversionHost {
   void ShowWindow() override {}
   void RefreshTree() override {}
 
-  CliSelection selection_;
   std::optional<FilterState> filters_{std::in_place};
+  CliSelection selection_{&*filters_};
   clQzDecoder decoder_;
   TerminalCollectUi progressUi_;
   CliProfileWindow profileWindow_;
@@ -124,53 +135,78 @@ class Run : private ConversionHost {
 };
 
 void Run::SaveProfileAs(const std::u16string& name) {
-  if (name == kNoProfileEntry || name == kCreateProfileEntry || name == kDeleteProfileEntry)
+  if (name.empty() || name == kNoProfileEntry || name == kCreateProfileEntry || name == kDeleteProfileEntry)
     throw UsageError{"--save-profile: '" + Utf16ToUtf8(name) + "' is not a profile name"};
-  if (profiles_.List().current != name) {
-    // As the window does it: "[Create Profile]" with the name typed makes it current.
-    profileWindow_.pendingName = name;
-    const std::optional<std::size_t> create = profiles_.List().IndexOf(kCreateProfileEntry);
-    if (create) profiles_.ProfileSelectionChanged(*create);
-  }
-  if (profiles_.List().current != name || !profiles_.SaveProfile())
-    throw UsageError{"--save-profile: cannot write " + Utf16ToUtf8(ProfilePath(name))};
+  // Saved under its name alone: the profile loaded before (--profile) keeps its
+  // file as it was, unlike the window's switch, which saves the current one first.
+  if (!profiles_.SaveAs(name)) throw UsageError{"--save-profile: cannot write " + Utf16ToUtf8(ProfilePath(name))};
 }
 
 int Run::ConvertFiles() {
   const std::u16string converter = ConverterPath();
   std::error_code error;
-  if (!fs::exists(fs::path(ToOsString(converter)), error)) {
-    // The window stays silent here; a script deserves the reason.
-    WriteErr("tessaroven-cli: no converter is installed beside the program (" + OutputText(converter) + ")\n");
-  }
+  const bool installed = fs::exists(fs::path(ToOsString(converter)), error);
   switch (Convert(*this)) {
     case ConversionResult::kNothingGathered:
       return kExitNothingToConvert;
     case ConversionResult::kCancelled:
+      WriteErr("tessaroven-cli: --convert: the collection was cancelled; nothing was handed over\n");
+      return kExitHandOffFailed;
     case ConversionResult::kConverterNotStarted:
+      // The window stays silent here; a script deserves the reason.
+      WriteErr(installed
+                   ? "tessaroven-cli: --convert: the converter could not be started (" + OutputText(converter) + ")\n"
+                   : "tessaroven-cli: --convert: no converter is installed beside the program (" +
+                         OutputText(converter) + ")\n");
+      return kExitHandOffFailed;
     case ConversionResult::kConverterEnded:
       break;
   }
   return kExitDone;
 }
 
+std::vector<std::u16string> Run::CheckedColumns(const std::vector<std::string>& given) {
+  std::vector<std::u16string> columns;
+  for (const std::string& column : given) {
+    std::optional<std::u16string> known = KnownColumnName(Text(column));
+    if (!known) {
+      std::string names;
+      for (const std::u16string& name : KnownColumnNames()) names += (names.empty() ? "" : ", ") + Utf16ToUtf8(name);
+      throw UsageError{"--columns: no column is named '" + column + "'; the columns are: " + names};
+    }
+    columns.push_back(std::move(*known));
+  }
+  return columns;
+}
+
 void Run::Apply(const Step& step) {
   switch (step.kind) {
     case StepKind::Folder:
-    case StepKind::FolderOnly:
-      selection_.TickFolder(UsablePath(step.text, PathKind::Folder, "--folder"), step.kind == StepKind::Folder);
+    case StepKind::FolderOnly: {
+      const char* option = step.kind == StepKind::Folder ? "--folder" : "--folder-only";
+      if (!selection_.TickFolder(UsablePath(step.text, PathKind::Folder, option), step.kind == StepKind::Folder))
+        throw UsageError{std::string(option) + " " + step.text + ": the folder cannot be ticked"};
       break;
+    }
     case StepKind::ExcludeFolder:
-      if (!selection_.ExcludeFolder(UsablePath(step.text, PathKind::Folder, "--exclude-folder")))
-        WriteErr("tessaroven-cli: --exclude-folder " + step.text +
-                 ": not inside a folder ticked with its sub-folders\n");
+      switch (selection_.ExcludeFolder(UsablePath(step.text, PathKind::Folder, "--exclude-folder"))) {
+        case ExcludeOutcome::kExcluded:
+          break;
+        case ExcludeOutcome::kNotInside:
+          throw UsageError{"--exclude-folder " + step.text +
+                           ": not inside a folder ticked with its sub-folders; nothing changed"};
+        case ExcludeOutcome::kTickedItself:
+          throw UsageError{"--exclude-folder " + step.text +
+                           ": that is the ticked folder itself, not a folder inside it; nothing changed"};
+      }
       break;
     case StepKind::File:
-      selection_.TickFile(UsablePath(step.text, PathKind::File, "--file"), true);
+      if (!selection_.TickFile(UsablePath(step.text, PathKind::File, "--file"), true))
+        throw UsageError{"--file " + step.text + ": the file cannot be ticked"};
       break;
     case StepKind::ExcludeFile:
       if (!selection_.TickFile(UsablePath(step.text, PathKind::File, "--exclude-file"), false))
-        WriteErr("tessaroven-cli: --exclude-file " + step.text + ": still chosen\n");
+        throw UsageError{"--exclude-file " + step.text + ": still chosen"};
       break;
     case StepKind::ExcludeType: {
       DecoderTypeList& records = filters_->Types().Records();
@@ -202,6 +238,15 @@ void Run::Apply(const Step& step) {
       if (!fs::exists(fs::path(ToOsString(ProfilePath(name)))))
         throw UsageError{"--profile: no profile named '" + step.text + "'"};
       profiles_.LoadProfile(name);
+      const ProfileLoadReport& load = profiles_.LastLoad();
+      if (!load.read) throw UsageError{"--profile " + step.text + ": cannot read " + OutputText(load.path)};
+      // The window loads a damaged profile in silence; a script is told.
+      if (load.damageAt)
+        WriteErr("tessaroven-cli: --profile " + step.text + ": " + OutputText(load.path) + " is damaged from byte " +
+                 std::to_string(*load.damageAt) + " on; only the records before it were loaded\n");
+      for (const std::u16string& entry : load.skippedPaths)
+        WriteErr("tessaroven-cli: --profile " + step.text + ": left out an entry that is not an absolute path: '" +
+                 OutputText(entry) + "'\n");
       break;
     }
     case StepKind::SaveProfile:
@@ -250,19 +295,16 @@ void Run::Print(const std::vector<FileEntry>& entries, std::vector<std::u16strin
 int Run::Execute(const Options& options) {
   filters_->Types().Build();
   profiles_.FillProfileList();
+  const std::vector<std::u16string> columns = CheckedColumns(options.columns);
   for (const Step& step : options.steps) Apply(step);
-
-  std::vector<std::u16string> columns;
-  for (const std::string& column : options.columns) columns.push_back(Text(column));
 
   if (options.listFolder) {
     const std::u16string folder = UsablePath(*options.listFolder, PathKind::Folder, "--list-folder");
     AudioFileTest audio(filters_->Types());
     const std::vector<FileEntry> entries = ListFolderFiles(folder, *filters_, audio, decoder_);
-    if (columns.empty() && !options.json) {
-      columns.assign(kDefaultMainColumns.begin(), kDefaultMainColumns.end());
-    }
-    Print(entries, columns, options.json);
+    std::vector<std::u16string> shown = columns;
+    if (shown.empty() && !options.json) shown.assign(kDefaultMainColumns.begin(), kDefaultMainColumns.end());
+    Print(entries, shown, options.json);
   }
   if (!options.list && !options.convert) return kExitDone;
 

@@ -6,8 +6,13 @@
 namespace tessaroven::cli {
 
 NodeId CliSelection::NodeFor(const std::u16string& folder) {
-  if (const auto found = nodes_.find(folder); found != nodes_.end()) return found->second;
   FolderTree& tree = model_.Tree();
+  if (const auto found = nodes_.find(folder); found != nodes_.end()) {
+    // A reset (a profile load) discards every node below the top level; such a
+    // node is made afresh, with its state from the lists as they are now.
+    if (tree.IsNode(found->second)) return found->second;
+    nodes_.erase(found);
+  }
   NodeId node = kNoNode;
   if (IsRootPath(folder)) {
     node = tree.AddNode(kNoNode, folder);
@@ -37,10 +42,20 @@ bool CliSelection::TickFolder(const std::u16string& folder, bool withSubFolders)
   return ClickUntil(NodeFor(folder), withSubFolders ? TreeCheckState::csFolderAndSub : TreeCheckState::csFolderNoSub);
 }
 
-bool CliSelection::ExcludeFolder(const std::u16string& folder) {
+ExcludeOutcome CliSelection::ExcludeFolder(const std::u16string& folder) {
   const NodeId node = NodeFor(folder);
+  const FolderTree& tree = model_.Tree();
+  const NodeId parent = tree.ParentOf(node);
+  if (parent == kNoNode || tree.StateOf(parent) != TreeCheckState::csFolderAndSub) {
+    // Clicking it would only untick it and clear what lies below it.
+    const SelectionLists& lists = model_.Lists();
+    return ContainsPath(lists.lstFoldersAndSub, folder) || ContainsPath(lists.lstFoldersNoSub, folder)
+               ? ExcludeOutcome::kTickedItself
+               : ExcludeOutcome::kNotInside;
+  }
   ClickUntil(node, TreeCheckState::csUnchecked);
-  return ContainsPath(model_.Lists().lstFoldersExclude, folder);
+  return ContainsPath(model_.Lists().lstFoldersExclude, folder) ? ExcludeOutcome::kExcluded
+                                                                : ExcludeOutcome::kNotInside;
 }
 
 bool CliSelection::TickFile(const std::u16string& file, bool selected) {

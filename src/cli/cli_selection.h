@@ -11,29 +11,36 @@
 #include <map>
 #include <string>
 
+#include "filters/filter_state.h"
 #include "selection/selection_model.h"
 
 namespace tessaroven::cli {
 
+// What an --exclude-folder step came to.
+enum class ExcludeOutcome {
+  kExcluded,      // the folder is now excluded from the folder ticked above it
+  kNotInside,     // no folder above it is ticked with its sub-folders: nothing changed
+  kTickedItself,  // it is the ticked folder itself, not one inside it: nothing changed
+};
+
 class CliSelection : private SelectionView {
  public:
-  CliSelection() : model_(*this) {}
+  // `filters` (when given) is what a reset clears, as the window's Reset and every
+  // profile load do; it must outlive the object.
+  explicit CliSelection(FilterState* filters = nullptr) : model_(*this), filters_(filters) {}
 
   SelectionModel& Model() { return model_; }
   // The window side the model was made with (profiles refill "the file list" through it).
   SelectionView& View() { return *this; }
   const SelectionLists& Lists() const { return model_.Lists(); }
 
-  // `folder` is absolute and ends in the separator; `file` is absolute. Each returns
-  // false when the step changed nothing that the collection would see (an exclusion
-  // outside every ticked folder), so the caller can warn.
+  // `folder` is absolute and ends in the separator; `file` is absolute.
+  // TickFolder and TickFile return false when the step could not be made (the
+  // caller reports it); ExcludeFolder changes nothing unless the folder lies inside
+  // a folder ticked with its sub-folders.
   bool TickFolder(const std::u16string& folder, bool withSubFolders);
-  bool ExcludeFolder(const std::u16string& folder);
+  ExcludeOutcome ExcludeFolder(const std::u16string& folder);
   bool TickFile(const std::u16string& file, bool selected);
-
-  // After the lists were replaced (a profile): the nodes made so far take their
-  // states from the lists again.
-  void ListsReplaced() { model_.InitialStatesForLoadedNodes(); }
 
  private:
   NodeId NodeFor(const std::u16string& folder);
@@ -47,9 +54,12 @@ class CliSelection : private SelectionView {
   void SetFileRowImage(std::size_t, int image) override { rowImage_ = image; }
   void UpdateStatusLine() override {}
   void RefillFileList() override {}
-  void ClearFilters() override {}
+  void ClearFilters() override {
+    if (filters_ != nullptr) filters_->Clear();
+  }
 
   SelectionModel model_;
+  FilterState* filters_;
   std::map<std::u16string, NodeId> nodes_;
   NodeId current_ = kNoNode;
   std::u16string row_;

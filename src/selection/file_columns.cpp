@@ -5,6 +5,8 @@
 #include "base/format.h"
 #include "base/path.h"
 #include "base/text.h"
+#include "decode/decoder.h"
+#include "decode/plugin_folder.h"
 
 namespace tessaroven {
 
@@ -62,6 +64,44 @@ std::u16string TwoDigits(int value) {
 }
 
 }  // namespace
+
+std::vector<std::u16string> ExtendedPropertyColumns() {
+  std::vector<std::u16string> names;
+  clQzDecoder decoder;
+  for (const std::u16string& library : ListPluginLibraries(PluginFolder())) {
+    // LoadFor releases the previous library first, so only one is loaded at a time.
+    if (!decoder.LoadFor(library, kNotUsingExtension)) continue;
+    TsvCreateBlock block{};
+    if (!decoder.CreateInstance(block)) continue;
+    for (std::u16string& name : PropertyElementsOf(decoder)) names.push_back(std::move(name));
+  }
+  decoder.Unload();
+  return names;
+}
+
+std::vector<std::u16string> KnownColumnNames() {
+  std::vector<std::u16string> names;
+  for (const auto* group : {&kFileAndPropertyColumns, &kTagColumns})
+    for (const std::u16string_view name : *group) names.emplace_back(name);
+  names.emplace_back(u"Path");
+  names.emplace_back(u"Folder");
+  for (std::u16string& name : ExtendedPropertyColumns()) {
+    if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(std::move(name));
+  }
+  return names;
+}
+
+std::optional<std::u16string> KnownColumnName(std::u16string_view name) {
+  for (const auto* group : {&kFileAndPropertyColumns, &kTagColumns}) {
+    for (const std::u16string_view known : *group)
+      if (AsciiFoldEquals(known, name)) return std::u16string(known);
+  }
+  for (const std::u16string_view known : {std::u16string_view(u"Path"), std::u16string_view(u"Folder")})
+    if (AsciiFoldEquals(known, name)) return std::u16string(known);
+  for (std::u16string& known : ExtendedPropertyColumns())
+    if (AsciiFoldEquals(known, name)) return std::move(known);
+  return std::nullopt;
+}
 
 bool ColumnNeedsFileInfo(std::u16string_view column) {
   return std::find(std::begin(kEntryColumns), std::end(kEntryColumns), column) == std::end(kEntryColumns);

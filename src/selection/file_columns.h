@@ -4,6 +4,7 @@
 // name). The window's list model and the command line's --columns share it.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +21,20 @@ extern const std::vector<std::u16string_view> kFileAndPropertyColumns;
 extern const std::vector<std::u16string_view> kTagColumns;
 // What the main list shows until the user chooses otherwise.
 extern const std::vector<std::u16string_view> kDefaultMainColumns;
+
+// The extended property columns: the "Property Elements" every plug-in of the
+// plug-in folder reports, in folder order (each plug-in is loaded in turn).
+std::vector<std::u16string> ExtendedPropertyColumns();
+
+// The column of that name, in its own spelling, when it is one the list knows:
+// the file and property columns, the tag columns, "Path", "Folder" and the
+// extended property columns (asked of the plug-ins only when the name is none of
+// the others). Names are matched with the ASCII fold ("artist" is "Artist").
+// std::nullopt for an unknown name.
+std::optional<std::u16string> KnownColumnName(std::u16string_view name);
+
+// Every name KnownColumnName knows, in the header menu's order, for a message.
+std::vector<std::u16string> KnownColumnNames();
 
 // Whether the column's text needs the decoder (anything but the file columns).
 bool ColumnNeedsFileInfo(std::u16string_view column);

@@ -11,6 +11,8 @@
 #include <sstream>
 
 #include "base/text.h"
+#include "selection/profile_store.h"
+#include "selection/profiles.h"
 #include "support/test_env.h"
 
 extern char** environ;
@@ -192,6 +194,90 @@ TEST_F(CliRunTest, AProfileKeepsTheSelectionAndTheFilters) {
       << out;
 }
 
+// Every step after a profile load applies, also where an earlier step had opened
+// the same branch of the tree before the load reset it.
+TEST_F(CliRunTest, StepsAfterAProfileLoadApplyWhereEarlierStepsHadBeen) {
+  Put("tone.flac", "A/one.flac");
+  Put("tone.mp3", "A/b/two.mp3");
+  Put("tone.ogg", "C/three.ogg");
+  ASSERT_EQ(Cli({"--folder", Lib("C"), "--save-profile", "P"}).code, 0);
+  const Result result = Cli({"--folder", Lib("A"), "--profile", "P", "--folder", Lib("A/b"), "--list"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.out, Lib("C/three.ogg") + "\n" + Lib("A/b/two.mp3") + "\n");
+}
+
+// --save-profile under a new name writes that profile only; the one loaded with
+// --profile keeps its bytes.
+TEST_F(CliRunTest, SavingUnderANewNameLeavesTheLoadedProfileAsItWas) {
+  Put("tone.flac", "A/one.flac");
+  Put("tone.ogg", "C/three.ogg");
+  ASSERT_EQ(Cli({"--folder", Lib("A"), "--save-profile", "P1"}).code, 0);
+  const std::string p1 = ToOsString(ProfilePath(u"P1"));
+  const std::string before = Slurp(p1);
+  ASSERT_FALSE(before.empty());
+  const Result saved = Cli({"--profile", "P1", "--folder", Lib("C"), "--save-profile", "P3"});
+  EXPECT_EQ(saved.code, 0) << saved.err;
+  EXPECT_EQ(Slurp(p1), before);
+  EXPECT_EQ(Cli({"--profile", "P1", "--list"}).out, Lib("A/one.flac") + "\n");
+  EXPECT_EQ(Cli({"--profile", "P3", "--list"}).out, Lib("A/one.flac") + "\n" + Lib("C/three.ogg") + "\n");
+}
+
+// A profile file that cannot be read is a step that cannot apply.
+TEST_F(CliRunTest, AProfileThatCannotBeReadStopsTheRun) {
+  Put("tone.mp3", "A/two.mp3");
+  fs::create_directories(ToOsString(ProfilePath(u"Broken")));  // a folder where the file should be
+  const Result result = Cli({"--folder", Lib("A"), "--profile", "Broken", "--list"});
+  EXPECT_EQ(result.code, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_NE(result.err.find("--profile Broken: cannot read"), std::string::npos) << result.err;
+}
+
+// The window loads a damaged profile in silence; the CLI names the file and where the
+// damage begins, and leaves out entries that are no absolute paths.
+TEST_F(CliRunTest, ADamagedProfileIsNamedWithWhereItsDamageBegins) {
+  Put("tone.flac", "A/one.flac");
+  ProfileStore store;
+  store.SetText(u"lstFoldersAndSub", u"relative/path{_{_}_}" + FromOsString(Lib("A")) + u"/");
+  std::vector<std::uint8_t> bytes = store.Serialize();
+  bytes[0] = 2;  // a second record promised
+  const std::size_t damage = bytes.size();
+  for (std::uint8_t b : {0xFF, 0x00, 0x00, 0x00, 0x41}) bytes.push_back(b);  // its length runs past the end
+  fs::create_directories(ToOsString(ProfileFolder()));
+  std::ofstream(ToOsString(ProfilePath(u"Damaged")), std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  const Result result = Cli({"--profile", "Damaged", "--list"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.out, Lib("A/one.flac") + "\n");
+  EXPECT_NE(result.err.find(ToOsString(ProfilePath(u"Damaged")) + " is damaged from byte " + std::to_string(damage)),
+            std::string::npos)
+      << result.err;
+  EXPECT_NE(result.err.find("not an absolute path: 'relative/path'"), std::string::npos) << result.err;
+}
+
+TEST_F(CliRunTest, ConvertWithoutAConverterFailsWithTheReason) {
+  Put("tone.flac", "A/one.flac");
+  const fs::path bin = fs::path(root_) / "bin";
+  fs::create_directories(bin);
+  fs::copy_file(TESSAROVEN_CLI_PATH, bin / "tessaroven-cli");
+  fs::create_directory_symlink(TESSAROVEN_BUILD_PLUGIN_DIR, bin / "decoder");
+  const Result result = Cli({"--folder", Lib("A"), "--convert"}, (bin / "tessaroven-cli").string());
+  EXPECT_EQ(result.code, 3);
+  EXPECT_NE(result.err.find("no converter is installed beside the program"), std::string::npos) << result.err;
+
+  // A converter that is there but cannot be started (not executable).
+  std::ofstream(bin / "kovantrix") << "not a program";
+  const Result notStarted = Cli({"--folder", Lib("A"), "--convert"}, (bin / "tessaroven-cli").string());
+  EXPECT_EQ(notStarted.code, 3);
+  EXPECT_NE(notStarted.err.find("the converter could not be started"), std::string::npos) << notStarted.err;
+}
+
+TEST_F(CliRunTest, ColumnNamesAreCheckedAndTakeTheirOwnSpelling) {
+  Put("tone.flac", "A/one.flac");
+  const Result result = Cli({"--folder", Lib("A"), "--list", "--columns", "name,TYPE"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.out, "one.flac\tFLAC lossless audio\n");
+}
+
 struct ExitCase {
   const char* name;
   std::vector<std::string> args;  // "LIB" stands for the library folder
@@ -221,6 +307,18 @@ INSTANTIATE_TEST_SUITE_P(
         ExitCase{"UnknownType", {"--exclude-type", ".xyz", "--list"}, 2, "no decoder reads .xyz"},
         ExitCase{"BadOption", {"--lst"}, 2, "unknown option"},
         ExitCase{"NoSuchProfile", {"--profile", "Nothing Like It", "--list"}, 2, "no profile named"},
+        ExitCase{"UnknownColumn",
+                 {"--folder", "LIB", "--list", "--columns", "Name,Bogus"},
+                 2,
+                 "--columns: no column is named 'Bogus'; the columns are: Name, Size, Type, Date Modified"},
+        ExitCase{"ExcludingTheTickedFolderItself",
+                 {"--folder", "LIB", "--exclude-folder", "LIB", "--list"},
+                 2,
+                 "that is the ticked folder itself, not a folder inside it; nothing changed"},
+        ExitCase{"ExcludingOutsideEveryTick",
+                 {"--exclude-folder", "LIB", "--list"},
+                 2,
+                 "not inside a folder ticked with its sub-folders; nothing changed"},
         ExitCase{"NothingAsked", {}, 2, "Usage: tessaroven-cli"}),
     [](const auto& p) { return std::string(p.param.name); });
 

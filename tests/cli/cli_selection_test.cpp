@@ -63,6 +63,22 @@ INSTANTIATE_TEST_SUITE_P(
                   {},
                   {}},
         ClickCase{"ExcludeOutsideChangesNothing", {{Do::Exclude, u"/m/a/"}}, {}, {}, {}, {}, {}},
+        // Excluding a folder above the ticks would only have cleared them.
+        ClickCase{
+            "ExcludeAboveTicksChangesNothing",
+            {{Do::Folder, u"/m/a/"}, {Do::FolderOnly, u"/m/b/"}, {Do::File, u"/m/c/d.mp3"}, {Do::Exclude, u"/m/"}},
+            {u"/m/a/"},
+            {u"/m/b/"},
+            {},
+            {u"/m/c/d.mp3"},
+            {}},
+        ClickCase{"ExcludeTheTickedFolderItselfChangesNothing",
+                  {{Do::Folder, u"/m/"}, {Do::Exclude, u"/m/"}},
+                  {u"/m/"},
+                  {},
+                  {},
+                  {},
+                  {}},
         ClickCase{"FlatInsideRecursive",
                   {{Do::Folder, u"/m/"}, {Do::FolderOnly, u"/m/a/"}},
                   {u"/m/"},
@@ -107,6 +123,45 @@ INSTANTIATE_TEST_SUITE_P(
                   {},
                   {}}),
     [](const auto& p) { return std::string(p.param.name); });
+
+TEST(CliSelection, ExcludingSaysWhatItCameTo) {
+  CliSelection selection;
+  EXPECT_EQ(selection.ExcludeFolder(Native(u"/m/a/")), ExcludeOutcome::kNotInside);
+  ASSERT_TRUE(selection.TickFolder(Native(u"/m/"), true));
+  EXPECT_EQ(selection.ExcludeFolder(Native(u"/m/")), ExcludeOutcome::kTickedItself);
+  EXPECT_EQ(selection.ExcludeFolder(Native(u"/m/a/")), ExcludeOutcome::kExcluded);
+  EXPECT_EQ(selection.ExcludeFolder(Native(u"/m/a/")), ExcludeOutcome::kExcluded) << "again: still excluded";
+  ASSERT_TRUE(selection.TickFolder(Native(u"/n/"), false));
+  EXPECT_EQ(selection.ExcludeFolder(Native(u"/n/")), ExcludeOutcome::kTickedItself);
+  EXPECT_EQ(selection.ExcludeFolder(Native(u"/n/x/")), ExcludeOutcome::kNotInside);
+  EXPECT_EQ(selection.Lists().lstFoldersExclude, std::vector<std::u16string>{Native(u"/m/a/")});
+}
+
+// A profile load resets the selection, which discards the tree below the top; the
+// steps after it must still tick folders that an earlier step had opened.
+TEST(CliSelection, StepsAfterAResetApplyToBranchesOpenedBeforeIt) {
+  CliSelection selection;
+  ASSERT_TRUE(selection.TickFolder(Native(u"/m/a/"), true));
+  selection.Model().ClearSelections();
+  ASSERT_TRUE(selection.TickFolder(Native(u"/m/a/b/"), true));
+  EXPECT_EQ(selection.Lists().lstFoldersAndSub, std::vector<std::u16string>{Native(u"/m/a/b/")});
+  EXPECT_EQ(selection.ExcludeFolder(Native(u"/m/a/b/c/")), ExcludeOutcome::kExcluded);
+  EXPECT_TRUE(selection.TickFile(Native(u"/m/x.mp3"), true));
+  EXPECT_EQ(selection.Lists().lstSingleFiles, std::vector<std::u16string>{Native(u"/m/x.mp3")});
+}
+
+// The reset before a profile load clears the filters as the window's does, so a
+// profile that fails to load leaves none of the earlier filters behind.
+TEST(CliSelection, AResetClearsTheFilters) {
+  FilterState filters(FilterFieldNames{});
+  filters.Types().Records().Add(DecoderTypeRecord{u".mp3", u"MPEG", true});
+  filters.Date().Set(1, 30);
+  filters.Metadata().Slot(2).SetExcludeAll(true);
+  ASSERT_TRUE(filters.AnyFilterActive());
+  CliSelection selection(&filters);
+  selection.Model().ClearSelections();
+  EXPECT_FALSE(filters.AnyFilterActive());
+}
 
 }  // namespace
 }  // namespace tessaroven::cli

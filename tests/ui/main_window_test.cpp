@@ -11,12 +11,17 @@
 #include <QScreen>
 #include <QTableView>
 #include <QTreeView>
+#include <cstring>
 #include <filesystem>
+#include <thread>
 
 #include "base/format.h"
 #include "base/settings.h"
 #include "decode/plugin_folder.h"
 #include "qt_test_app.h"
+#include "selection/conversion.h"
+#include "support/scripted_prompts.h"
+#include "support/test_env.h"
 #include "selection/file_columns.h"
 #include "ui/file_list_model.h"
 #include "ui/file_list_view.h"
@@ -350,6 +355,71 @@ TEST_F(MainWindowTest, SortingBySizeIsNumericAndASecondClickReverses) {
   auto descending = sizes();
   EXPECT_TRUE(std::is_sorted(descending.rbegin(), descending.rend()));
   EXPECT_NE(descending.front(), descending.back());
+}
+
+// Convert from the window: the ticked folder's files reach the converter, the window
+// is away while the converter has the list and back afterwards, and the selector
+// accepts paths again.
+TEST_F(MainWindowTest, ConvertHandsTheTickedFilesOverAndTheWindowComesBack) {
+  test::TempDir record;
+  qputenv("TESSAROVEN_FAKE_CONVERTER_RECORD", QString::fromStdU16String(record.Path()).toLocal8Bit());
+  qputenv("TESSAROVEN_FAKE_CONVERTER_RELEASE", "tessaroven-window-test-release");
+  qputenv("TESSAROVEN_FAKE_CONVERTER_ACCEPT", QString::fromStdU16String(std::u16string(kAcceptEventName)).toLatin1());
+  SetConverterPathOverride(std::u16string(u"" TESSAROVEN_FAKE_CONVERTER_PATH));
+  auto window = Open(selector_);
+  ClickTickImage(*window, IndexOfPath(*window, FolderText(Library())));
+
+  struct VisibilityLog : QObject {
+    int hides = 0, shows = 0;
+    bool eventFilter(QObject*, QEvent* event) override {
+      hides += event->type() == QEvent::Hide;
+      shows += event->type() == QEvent::Show;
+      return false;
+    }
+  } visibility;
+  window->installEventFilter(&visibility);
+  // The converter holds on until told; the window must be gone by then.
+  std::thread release([&] {
+    const std::u16string accept = record.Path() + u"accept";
+    for (int i = 0; i < 400 && !test::FileExists(accept); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(25));
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    NamedEvent event;
+    if (event.Create(u"tessaroven-window-test-release")) event.Set();
+  });
+  window->findChild<QAbstractButton*>(QStringLiteral("_cmdConvert"))->click();
+  release.join();
+  SetConverterPathOverride(std::nullopt);
+  qunsetenv("TESSAROVEN_FAKE_CONVERTER_RELEASE");
+  qunsetenv("TESSAROVEN_FAKE_CONVERTER_ACCEPT");
+
+  std::u16string listed;
+  for (const char* name : kLibraryFiles) listed += FolderText(Library()) + QString(QLatin1String(name)).toStdU16String() + u"\r\n";
+  const std::string bytes = test::ReadBytes(record.Path() + u"list");
+  std::u16string list(bytes.size() / 2, u'\0');
+  std::memcpy(list.data(), bytes.data(), list.size() * 2);
+  // Enumeration order is the file system's: compare as sets of lines.
+  auto lines = [](std::u16string text) {
+    std::vector<std::u16string> out;
+    for (std::size_t at = 0, next; (next = text.find(u"\r\n", at)) != std::u16string::npos; at = next + 2)
+      out.push_back(text.substr(at, next - at));
+    std::sort(out.begin(), out.end());
+    return out;
+  };
+  EXPECT_EQ(lines(list), lines(listed));
+  EXPECT_EQ(test::ReadBytes(record.Path() + u"accept"), "reset");
+  EXPECT_EQ(visibility.hides, 1);
+  EXPECT_GE(visibility.shows, 1);
+  EXPECT_TRUE(window->isVisible());
+  EXPECT_TRUE(selector_.AcceptEvent().Wait(std::chrono::milliseconds(0)));
+}
+
+TEST_F(MainWindowTest, ConvertWithNothingTickedSaysSo) {
+  test::ScriptedPrompts prompts;
+  auto window = Open(selector_);
+  window->findChild<QAbstractButton*>(QStringLiteral("_cmdConvert"))->click();
+  ASSERT_EQ(prompts.Shown().size(), 1u);
+  EXPECT_EQ(prompts.Shown()[0].text, u"No audio files selected for conversion");
+  EXPECT_EQ(prompts.Shown()[0].caption, u"Tessaroven Batch Converter");
 }
 
 TEST_F(MainWindowTest, TheHeaderMenuAddsRemovesAndRestoresColumns) {

@@ -28,7 +28,7 @@ void EnsureQtApplication() {
   // QApplication::instance() keeps it reachable.
   new QApplication(g_argc, g_argv);
   QApplication::setApplicationName(QStringLiteral("Tessaroven"));
-  QApplication::setDesktopFileName(QStringLiteral("tessaroven"));
+  QApplication::setDesktopFileName(QStringLiteral("org.orvandelle.Tessaroven"));
 }
 
 }  // namespace tessaroven

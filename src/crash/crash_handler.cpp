@@ -1,5 +1,7 @@
 #include "crash/crash_handler.h"
 
+#include "base/command_line.h"
+
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -34,25 +36,7 @@ bool PathExists(std::u16string_view path) {
 }  // namespace
 
 std::vector<std::u16string> SplitCommandWords(std::u16string_view commandLine) {
-  std::vector<std::u16string> words;
-  std::u16string word;
-  bool inWord = false;  // a word has begun, possibly as an empty quoted one
-  bool quoted = false;
-  for (const char16_t c : commandLine) {
-    if (c == u'"') {
-      quoted = !quoted;
-      inWord = true;
-    } else if (!quoted && (c == u' ' || c == u'\t')) {
-      if (inWord) words.push_back(std::move(word));
-      word.clear();
-      inWord = false;
-    } else {
-      word.push_back(c);
-      inWord = true;
-    }
-  }
-  if (inWord) words.push_back(std::move(word));
-  return words;
+  return SplitWindowsCommandLine(commandLine);
 }
 
 bool IsCrashedSwitch(std::u16string_view word) {

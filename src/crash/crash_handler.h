@@ -82,9 +82,12 @@ void SetCrashRestartTargetForTesting(std::optional<CrashRestartTargetForTesting>
 
 // --- The pure rules -----------------------------------------------------------------
 
-// Splits a command line into words at spaces and tabs. A double quote starts or
-// ends a quoted stretch, in which spaces belong to the word; the quotes themselves
-// are dropped, so "a b"c is the one word a bc and "" is an empty word.
+// Splits a command line into words at spaces and tabs by the Windows rules
+// (SplitWindowsCommandLine): a double quote starts or ends a quoted stretch, in
+// which spaces belong to the word; the quotes themselves are dropped, so "a b"c is
+// the one word a bc and "" is an empty word; \" is a quote inside a word. These are
+// the rules JoinCommandLine quotes by, so an argument of a second start (a folder
+// named x -crashed crash-1.dmp) never splits into the crash switch.
 std::vector<std::u16string> SplitCommandWords(std::u16string_view commandLine);
 
 // Whether `word` is the crash switch: without one leading "-" it is "crashed" in

@@ -7,6 +7,7 @@
 #include <thread>
 #include <utility>
 
+#include "base/command_line.h"
 #include "base/temp_file.h"
 #include "base/text.h"
 #include "base/user_prompts.h"
@@ -41,24 +42,6 @@ class CancelWatch : public CollectUi {
   CollectUi& inner_;
   bool cancelled_ = false;
 };
-
-// `value` as the inside of a quoted argument that the Windows rules give back
-// unchanged (see the header).
-void AppendQuotedValue(std::u16string& out, std::u16string_view value) {
-  std::size_t backslashes = 0;
-  for (char16_t c : value) {
-    if (c == u'\\') {
-      ++backslashes;
-      continue;
-    }
-    if (c == u'"') backslashes = backslashes * 2 + 1;
-    out.append(backslashes, u'\\');
-    backslashes = 0;
-    out += c;
-  }
-  // The closing quote follows.
-  out.append(backslashes * 2, u'\\');
-}
 
 // Steps 6 to 11 of a Convert that found files.
 ConversionResult HandOff(ConversionHost& host, const std::vector<std::u16string>& files) {
@@ -165,69 +148,19 @@ std::u16string SignalEventName(std::uint32_t tickCount) {
 std::u16string BuildConverterArguments(std::u16string_view listFile, std::u16string_view eventName,
                                        std::int64_t windowHandle, std::u16string_view profileBoxText) {
   std::u16string text = u"-list_to_conv=\"";
-  AppendQuotedValue(text, listFile);
+  AppendQuotedCommandValue(text, listFile);
   text += u"\" -signal_event_got_files=\"";
-  AppendQuotedValue(text, eventName);
+  AppendQuotedCommandValue(text, eventName);
   text += u"\" -centeronwnd=";
   text += AsciiToUtf16(std::to_string(windowHandle));
   // Any text other than the "no profile" entry, an empty one included, is passed on as
   // the additional profile.
   if (profileBoxText != kNoProfileEntry) {
     text += u" -additionalprofile=\"";
-    AppendQuotedValue(text, profileBoxText);
+    AppendQuotedCommandValue(text, profileBoxText);
     text += u'"';
   }
   return text;
-}
-
-std::vector<std::u16string> SplitWindowsCommandLine(std::u16string_view text) {
-  std::vector<std::u16string> arguments;
-  std::u16string current;
-  bool inArgument = false;
-  std::size_t backslashes = 0;
-  // Quotes seen in the current group: 1 inside a group; 2 and 3 arise only for a run
-  // of quotes and are settled before the next character.
-  int quotes = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char16_t c = text[i];
-    if ((c == u' ' || c == u'\t') && quotes == 0) {
-      if (inArgument) arguments.push_back(std::move(current));
-      current.clear();
-      inArgument = false;
-      backslashes = 0;
-      continue;
-    }
-    inArgument = true;
-    if (c == u'\\') {
-      current += c;
-      ++backslashes;
-      continue;
-    }
-    if (c != u'"') {
-      current += c;
-      backslashes = 0;
-      continue;
-    }
-    if (backslashes % 2 == 0) {
-      current.resize(current.size() - backslashes / 2);
-      ++quotes;
-    } else {
-      current.resize(current.size() - backslashes / 2 - 1);
-      current += u'"';
-    }
-    backslashes = 0;
-    // A run of quotes: every third one is a literal quote.
-    while (i + 1 < text.size() && text[i + 1] == u'"') {
-      ++i;
-      if (++quotes == 3) {
-        current += u'"';
-        quotes = 0;
-      }
-    }
-    if (quotes == 2) quotes = 0;
-  }
-  if (inArgument) arguments.push_back(std::move(current));
-  return arguments;
 }
 
 std::u16string ConverterPath() {

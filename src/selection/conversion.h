@@ -42,6 +42,7 @@
 #include <vector>
 
 #include "app/named_objects.h"
+#include "base/command_line.h"
 #include "base/platform.h"
 #include "selection/folder_scanning.h"
 
@@ -119,15 +120,10 @@ bool WriteListFile(const std::u16string& path, const std::vector<std::u16string>
 std::u16string SignalEventName(std::uint32_t tickCount);
 
 // The argument text of the converter's command line (without the program).
+// SplitWindowsCommandLine (base/command_line.h) splits it again, as the converter's
+// side does.
 std::u16string BuildConverterArguments(std::u16string_view listFile, std::u16string_view eventName,
                                        std::int64_t windowHandle, std::u16string_view profileBoxText);
-
-// Splits argument text as CommandLineToArgvW splits what follows the program name:
-// space and tab separate arguments outside quotes; a quote toggles grouping and is
-// dropped; 2n backslashes before a quote give n backslashes, 2n+1 give n and a
-// literal quote; backslashes elsewhere are literal; inside a group "" gives a
-// literal quote and ends the group, and """ outside one gives a literal quote.
-std::vector<std::u16string> SplitWindowsCommandLine(std::u16string_view text);
 
 // The converter: kConverterFileName in the executable's folder, unless overridden.
 std::u16string ConverterPath();

@@ -43,7 +43,12 @@ INSTANTIATE_TEST_SUITE_P(
                               {u"C:\\Program Files\\T\\t.exe", u"-crashed", u"x.dmp"}},
                     SplitCase{"QuoteInsideWordJoins", u"a\"b c\"d e", {u"ab cd", u"e"}},
                     SplitCase{"EmptyQuotedWordKept", u"a \"\" b", {u"a", u"", u"b"}},
-                    SplitCase{"UnclosedQuoteRunsToEnd", u"a \"b c", {u"a", u"b c"}}),
+                    SplitCase{"UnclosedQuoteRunsToEnd", u"a \"b c", {u"a", u"b c"}},
+                    // A quote in a quoted word is written \" (Linux names may hold one); it
+                    // must not end the word, or the rest would split into loose words.
+                    SplitCase{"EscapedQuoteStaysInTheWord",
+                              u"\"/p\" \"x\\\" -crashed crash-1.dmp \\\"y\"",
+                              {u"/p", u"x\" -crashed crash-1.dmp \"y"}}),
     [](const auto& p) { return std::string(p.param.label); });
 
 struct SwitchCase {
@@ -78,18 +83,22 @@ TEST_P(CrashedDumpNameTest, TakesTheBareNameAfterTheSwitch) {
   EXPECT_EQ(CrashedDumpName(SplitCommandWords(GetParam().line)), GetParam().name);
 }
 
-INSTANTIATE_TEST_SUITE_P(Lines, CrashedDumpNameTest,
-                         testing::Values(DumpNameCase{"Restart", u"prog -crashed crash-42.dmp", u"crash-42.dmp"},
-                                         DumpNameCase{"QuotedName", u"prog -Crashed \"crash 42.dmp\"", u"crash 42.dmp"},
-                                         DumpNameCase{"FirstSwitchWins", u"prog -crashed a.dmp -crashed b.dmp",
-                                                      u"a.dmp"},
-                                         DumpNameCase{"NoSwitch", u"prog D:\\Music", std::nullopt},
-                                         DumpNameCase{"SwitchLast", u"prog -crashed", std::nullopt},
-                                         DumpNameCase{"EmptyName", u"prog -crashed \"\"", std::nullopt},
-                                         DumpNameCase{"SlashInName", u"prog -crashed ../x.dmp", std::nullopt},
-                                         DumpNameCase{"BackslashInName", u"prog -crashed ..\\x.dmp", std::nullopt},
-                                         DumpNameCase{"DotDot", u"prog -crashed ..", std::nullopt}),
-                         [](const auto& p) { return std::string(p.param.label); });
+INSTANTIATE_TEST_SUITE_P(
+    Lines, CrashedDumpNameTest,
+    testing::Values(DumpNameCase{"Restart", u"prog -crashed crash-42.dmp", u"crash-42.dmp"},
+                    DumpNameCase{"QuotedName", u"prog -Crashed \"crash 42.dmp\"", u"crash 42.dmp"},
+                    DumpNameCase{"FirstSwitchWins", u"prog -crashed a.dmp -crashed b.dmp", u"a.dmp"},
+                    DumpNameCase{"NoSwitch", u"prog D:\\Music", std::nullopt},
+                    DumpNameCase{"SwitchLast", u"prog -crashed", std::nullopt},
+                    DumpNameCase{"EmptyName", u"prog -crashed \"\"", std::nullopt},
+                    DumpNameCase{"SlashInName", u"prog -crashed ../x.dmp", std::nullopt},
+                    DumpNameCase{"BackslashInName", u"prog -crashed ..\\x.dmp", std::nullopt},
+                    DumpNameCase{"DotDot", u"prog -crashed ..", std::nullopt},
+                    // Folders handed to a second start, quoted as JoinCommandLine does.
+                    DumpNameCase{"FolderNamedLikeTheSwitch", u"\"/p\" \"/m/x -crashed crash-1.dmp\"", std::nullopt},
+                    DumpNameCase{"FolderWithQuotesAroundTheSwitch", u"\"/p\" \"x\\\" -crashed crash-1.dmp \\\"y\"",
+                                 std::nullopt}),
+    [](const auto& p) { return std::string(p.param.label); });
 
 // --- The naming rule and the blocks ----------------------------------------------------
 

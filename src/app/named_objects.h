@@ -91,4 +91,21 @@ class NamedSharedBlock : public NamedObject {
 // checked); empty on Windows, where the kernel keeps them.
 std::u16string NamedObjectFolder();
 
+// A process as another process can recognise it later: its id and its start time
+// (so that a new process that got the id of an ended one is not taken for it).
+// All zero: nobody.
+struct ProcessIdentity {
+  std::uint64_t id = 0;
+  std::uint64_t started = 0;
+  bool Known() const { return id != 0; }
+  bool operator==(const ProcessIdentity&) const = default;
+};
+
+// This process.
+ProcessIdentity CurrentProcessIdentity();
+// Whether that process still runs (a process that has ended but was not yet waited
+// for by its parent counts as ended). True for an unknown identity, so that nobody
+// is declared gone on no evidence.
+bool ProcessIsRunning(const ProcessIdentity& process);
+
 }  // namespace tessaroven

@@ -12,6 +12,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <pthread.h>
+#include <signal.h>
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -408,5 +409,53 @@ std::uint8_t* NamedSharedBlock::Data() const { return impl_->Payload(); }
 std::size_t NamedSharedBlock::Size() const { return impl_->map ? impl_->payloadSize : 0; }
 
 std::u16string NamedObjectFolder() { return Text(FolderPath() + "/"); }
+
+namespace {
+
+// The state and the start time (in clock ticks since boot) from /proc/PID/stat;
+// false when there is no such process.
+bool ReadProcessStat(std::uint64_t pid, char& state, std::uint64_t& started) {
+  const std::string path = "/proc/" + std::to_string(pid) + "/stat";
+  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  char buffer[1024];
+  const ssize_t n = read(fd, buffer, sizeof buffer - 1);
+  close(fd);
+  if (n <= 0) return false;
+  buffer[n] = 0;
+  // "pid (comm) state ppid ...": the name may hold anything, so read after its last ")".
+  const char* at = std::strrchr(buffer, ')');
+  if (at == nullptr || at[1] != ' ') return false;
+  at += 2;
+  state = *at;
+  // Field 22, the start time, is the 20th after the state.
+  for (int field = 0; field < 19 && at != nullptr; ++field) {
+    at = std::strchr(at, ' ');
+    if (at != nullptr) ++at;
+  }
+  if (at == nullptr) return false;
+  started = std::strtoull(at, nullptr, 10);
+  return true;
+}
+
+}  // namespace
+
+ProcessIdentity CurrentProcessIdentity() {
+  ProcessIdentity self{static_cast<std::uint64_t>(getpid()), 0};
+  char state = 0;
+  ReadProcessStat(self.id, state, self.started);
+  return self;
+}
+
+bool ProcessIsRunning(const ProcessIdentity& process) {
+  if (!process.Known()) return true;
+  char state = 0;
+  std::uint64_t started = 0;
+  if (!ReadProcessStat(process.id, state, started)) {
+    // No /proc to ask: the signal test alone (a zombie still answers it).
+    return kill(static_cast<pid_t>(process.id), 0) == 0 || errno == EPERM;
+  }
+  return state != 'Z' && state != 'X' && started == process.started;
+}
 
 }  // namespace tessaroven

@@ -140,4 +140,27 @@ std::size_t NamedSharedBlock::Size() const { return impl_->size; }
 
 std::u16string NamedObjectFolder() { return {}; }
 
+namespace {
+
+std::uint64_t CreationTime(HANDLE process) {
+  FILETIME created{}, exited{}, kernel{}, user{};
+  if (!GetProcessTimes(process, &created, &exited, &kernel, &user)) return 0;
+  return (static_cast<std::uint64_t>(created.dwHighDateTime) << 32) | created.dwLowDateTime;
+}
+
+}  // namespace
+
+ProcessIdentity CurrentProcessIdentity() {
+  return ProcessIdentity{GetCurrentProcessId(), CreationTime(GetCurrentProcess())};
+}
+
+bool ProcessIsRunning(const ProcessIdentity& process) {
+  if (!process.Known()) return true;
+  HANDLE handle = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, static_cast<DWORD>(process.id));
+  if (handle == nullptr) return GetLastError() == ERROR_ACCESS_DENIED;  // someone else's: still there
+  const bool running = WaitForSingleObject(handle, 0) == WAIT_TIMEOUT && CreationTime(handle) == process.started;
+  CloseHandle(handle);
+  return running;
+}
+
 }  // namespace tessaroven

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <thread>
 
+#include "base/command_line.h"
+
 namespace tessaroven {
 namespace {
 
@@ -31,29 +33,42 @@ std::u16string ExtractArgument(std::u16string_view commandLine) {
     rest = commandLine.find(u' ', 1);
     if (rest == std::u16string_view::npos) rest = commandLine.size();
   }
-  return TrimSpaces(commandLine.substr(rest));
+  std::u16string argument = TrimSpaces(commandLine.substr(rest));
+  // One argument in quotes (a folder with spaces, as a shell verb or the Linux
+  // command line passes it) is that argument without its quotes.
+  if (!argument.empty() && argument.front() == u'"') {
+    std::vector<std::u16string> words = SplitWindowsCommandLine(argument);
+    if (words.size() == 1) return std::move(words.front());
+  }
+  return argument;
 }
 
 std::u16string JoinCommandLine(std::u16string_view program, const std::vector<std::u16string>& arguments) {
   // A quote inside the program path would end the quoted part early and leak the
   // rest of the path into the argument; the path itself is dropped anyway.
-  std::u16string line = u"\"";
+  std::u16string path;
   for (char16_t c : program) {
-    if (c != u'"') line.push_back(c);
+    if (c != u'"') path.push_back(c);
   }
+  std::u16string line = u"\"";
+  AppendQuotedCommandValue(line, path);
   line.push_back(u'"');
-  for (const auto& argument : arguments) line += u" " + argument;
+  // Each argument stays one word: a folder named "x -crashed crash-1.dmp" must not
+  // read as the crash restart's switch.
+  for (const auto& argument : arguments) line += u" " + QuoteCommandWord(argument);
   return line;
 }
 
 bool InstanceChannel::Open() {
   Close();
   mutex_.Create(ObjectName(u"SMutex_"));
+  receiver_.Create(ObjectName(u"NReceiver_"), kReceiverRecordSize);
   return block_.Create(ObjectName(u"NSharedData_"), kChannelBlockSize);
 }
 
 void InstanceChannel::Close() {
   if (holdsMutex_) Unlock();
+  receiver_.Close();
   block_.Close();
   mutex_.Close();
 }
@@ -61,14 +76,26 @@ void InstanceChannel::Close() {
 bool InstanceChannel::Lock() {
   if (!mutex_.Wait(kForever)) return false;
   holdsMutex_ = true;
-  blockLocked_ = true;
   return true;
 }
 
 void InstanceChannel::Unlock() {
   mutex_.Release();
   holdsMutex_ = false;
-  blockLocked_ = false;
+}
+
+ProcessIdentity InstanceChannel::Receiver() const {
+  ProcessIdentity receiver;
+  if (!receiver_.IsOpen()) return receiver;
+  std::memcpy(&receiver.id, receiver_.Data(), sizeof receiver.id);
+  std::memcpy(&receiver.started, receiver_.Data() + sizeof receiver.id, sizeof receiver.started);
+  return receiver;
+}
+
+void InstanceChannel::SetReceiver(const ProcessIdentity& receiver) {
+  if (!receiver_.IsOpen()) return;
+  std::memcpy(receiver_.Data(), &receiver.id, sizeof receiver.id);
+  std::memcpy(receiver_.Data() + sizeof receiver.id, &receiver.started, sizeof receiver.started);
 }
 
 void InstanceChannel::Write(const std::array<std::uint8_t, kChannelBlockSize>& bytes) {
@@ -91,12 +118,25 @@ void SingleInstance::Close() {
   accept_.Close();
 }
 
-void SingleInstance::Send(std::u16string_view text, const std::function<void()>& whileHeld) {
+void SingleInstance::BecomeReceiver() {
+  const bool locked = channel_.Lock();
+  channel_.SetReceiver(CurrentProcessIdentity());
+  if (locked) channel_.Unlock();
+  accept_.Set();
+}
+
+bool SingleInstance::Send(std::u16string_view text, const std::function<void()>& whileHeld) {
   for (;;) {
     // Without a mutex there is nothing to queue on; the path is still offered.
     const bool locked = channel_.Lock();
     if (!pickup_.Wait(kJustLook)) break;
-    // The previous path has not been collected yet.
+    // The previous path has not been collected yet. A receiver that hangs keeps us
+    // waiting (deliberately, without a time-out); one that is gone never collects.
+    if (locked && !ProcessIsRunning(channel_.Receiver())) {
+      channel_.SetReceiver(CurrentProcessIdentity());
+      channel_.Unlock();
+      return false;
+    }
     if (locked) channel_.Unlock();
     std::this_thread::sleep_for(kSenderRetry);
   }
@@ -111,11 +151,17 @@ void SingleInstance::Send(std::u16string_view text, const std::function<void()>&
   if (whileHeld) whileHeld();
   pickup_.Set();
   if (channel_.HoldsMutex()) channel_.Unlock();
+  return true;
 }
 
 bool SingleInstance::Receive(const std::function<void(const std::u16string& path)>& goToPath) {
   if (!accept_.Wait(kJustLook)) return false;
   const bool locked = channel_.Lock();
+  // Whoever answers is the receiver a waiting sender looks for.
+  if (locked) {
+    const ProcessIdentity self = CurrentProcessIdentity();
+    if (channel_.Receiver() != self) channel_.SetReceiver(self);
+  }
   if (!pickup_.Wait(kJustLook)) {
     if (locked) channel_.Unlock();
     return false;

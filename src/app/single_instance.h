@@ -12,6 +12,14 @@
 // path was collected; so paths are handed over one at a time, in the order the
 // senders got the mutex, and none is overwritten.
 //
+// A receiver that no longer exists is another matter: a fifth object, the receiver
+// record "NReceiver_ShrPassNewFolderSel" (the process id and start time of the
+// selector that last signalled the accept event or collected a path), lets a
+// waiting sender notice within its 50 ms step that the receiver is gone (killed
+// while a path waited in the block). That sender then takes over as the first
+// selector and opens its own path; the path left in the block is collected by its
+// window. A receiver that lives but hangs still keeps its senders waiting.
+//
 // All of this runs on the main thread of each process: the receiver on the main
 // window's 50 ms tick.
 #pragma once
@@ -33,18 +41,22 @@ inline constexpr std::u16string_view kPickupEventName = u"evtPickupNewShr";
 inline constexpr std::u16string_view kChannelName = u"ShrPassNewFolderSel";
 inline constexpr std::size_t kChannelBlockSize = 520;
 inline constexpr std::size_t kChannelBlockUnits = kChannelBlockSize / 2;
+inline constexpr std::size_t kReceiverRecordSize = 16;
 
 // Only the space character counts as white space here; tabs stay.
 std::u16string TrimSpaces(std::u16string_view text);
 
 // The argument of a full command line: the program's own path dropped (a quoted
 // one up to and including its closing quote, otherwise up to the first space
-// after the first character), the rest trimmed of spaces.
+// after the first character), the rest trimmed of spaces. When that rest is one
+// quoted word by the Windows rules ("D:\My Music"), the word without its quotes.
 std::u16string ExtractArgument(std::u16string_view commandLine);
 
 // The command line as Windows would hand it over: the program path in quotes,
-// then the arguments joined by single spaces. Linux builds one from argv so that
-// the same extraction serves both.
+// then the arguments joined by single spaces, each quoted by the Windows rules
+// where it needs it, so that every argument stays one word. Linux builds one from
+// argv so that the same extraction (and the crash restart's look for its switch)
+// serves both.
 std::u16string JoinCommandLine(std::u16string_view program, const std::vector<std::u16string>& arguments);
 
 // This process's command line: GetCommandLineW on Windows (argc and argv are not
@@ -63,18 +75,21 @@ class InstanceChannel {
   bool Lock();
   void Unlock();
   bool HoldsMutex() const { return holdsMutex_; }
-  bool BlockLocked() const { return blockLocked_; }
 
   // Whole-block copies; nothing happens when the block is missing. Call with the
   // mutex held.
   void Write(const std::array<std::uint8_t, kChannelBlockSize>& bytes);
   void Read(std::array<std::uint8_t, kChannelBlockSize>& bytes) const;
 
+  // The receiver record (unknown when missing). Call with the mutex held.
+  ProcessIdentity Receiver() const;
+  void SetReceiver(const ProcessIdentity& receiver);
+
  private:
   NamedMutex mutex_;
   NamedSharedBlock block_;
+  NamedSharedBlock receiver_;
   bool holdsMutex_ = false;
-  bool blockLocked_ = false;
 };
 
 // The process's end of the hand-off: both events and the channel, from start-up
@@ -89,10 +104,17 @@ class SingleInstance {
   NamedEvent& PickupEvent() { return pickup_; }
   InstanceChannel& Channel() { return channel_; }
 
+  // The first selector: records this process as the receiver and signals the
+  // accept event.
+  void BecomeReceiver();
+
   // Sender: waits until any earlier path was collected, then puts `text` into the
-  // block (cut to 520 bytes) and signals the pick-up event. Never gives up.
-  // `whileHeld` runs with the mutex still held, right after the block was written.
-  void Send(std::u16string_view text, const std::function<void()>& whileHeld = {});
+  // block (cut to 520 bytes) and signals the pick-up event, and returns true. It
+  // gives up only when the recorded receiver no longer runs: it then records this
+  // process as the receiver and returns false, and this process must go on as the
+  // first selector (opening `text` itself). `whileHeld` runs with the mutex still
+  // held, right after the block was written.
+  bool Send(std::u16string_view text, const std::function<void()>& whileHeld = {});
 
   // Receiver, once per tick: when this selector accepts paths and one is waiting,
   // collects it and passes it, trimmed of spaces, to `goToPath`; paths shorter than

@@ -19,7 +19,7 @@ StartRole Startup(std::u16string_view commandLine, SingleInstance& instance, con
 
   NamedEvent& accept = instance.AcceptEvent();
   if (!accept.ExistedBefore()) {
-    accept.Set();
+    instance.BecomeReceiver();
     return StartRole::FirstSelector;
   }
   // Existing but reset: the running selector is not ready yet, or busy handing
@@ -27,7 +27,9 @@ StartRole Startup(std::u16string_view commandLine, SingleInstance& instance, con
   if (!accept.Wait(std::chrono::milliseconds(0))) return StartRole::OwnWindow;
   const std::u16string argument = ExtractArgument(commandLine);
   if (argument.empty()) return StartRole::OwnWindow;
-  instance.Send(argument, hooks.handedOff);
+  // A sender whose receiver was killed while it waited takes over: its window opens
+  // the path (and collects the one left in the block).
+  if (!instance.Send(argument, hooks.handedOff)) return StartRole::FirstSelector;
   return StartRole::HandedOff;
 }
 

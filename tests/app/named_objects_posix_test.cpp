@@ -120,9 +120,9 @@ TEST(NamedObjects, LiveInAPrivateFolderNamedAfterTheirWindowsNames) {
   auto names = test::ListFolder(folder);
   std::erase(names, u".creation-lock");
   std::sort(names.begin(), names.end());
-  EXPECT_EQ(names,
-            (std::vector<std::u16string>{u"%2E.", u"Local%5Cx%20y%25", u"NSharedData_ShrPassNewFolderSel",
-                                         u"SMutex_ShrPassNewFolderSel", u"evtBCCanAcceptFiles", u"evtPickupNewShr"}));
+  EXPECT_EQ(names, (std::vector<std::u16string>{u"%2E.", u"Local%5Cx%20y%25", u"NReceiver_ShrPassNewFolderSel",
+                                                u"NSharedData_ShrPassNewFolderSel", u"SMutex_ShrPassNewFolderSel",
+                                                u"evtBCCanAcceptFiles", u"evtPickupNewShr"}));
   // The last holder takes the files away.
   instance.Close();
   odd.Close();

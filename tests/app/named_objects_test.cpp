@@ -242,5 +242,16 @@ TEST(NamedSharedBlock, StartsZeroedAndIsSharedBetweenHandles) {
   EXPECT_EQ(a.Data()[7], 1);
 }
 
+// What a waiting sender asks about the recorded receiver.
+TEST(ProcessIdentityTest, ThisProcessRunsAnOtherStartTimeOrAnEndedProcessDoesNot) {
+  const ProcessIdentity self = CurrentProcessIdentity();
+  ASSERT_TRUE(self.Known());
+  EXPECT_TRUE(ProcessIsRunning(self));
+  EXPECT_FALSE(ProcessIsRunning(ProcessIdentity{self.id, self.started + 1})) << "the id reused by a later process";
+  EXPECT_TRUE(ProcessIsRunning(ProcessIdentity{})) << "nobody recorded: nobody declared gone";
+  // An id far above any in use names nobody.
+  EXPECT_FALSE(ProcessIsRunning(ProcessIdentity{0x7FFFFFF0, 1}));
+}
+
 }  // namespace
 }  // namespace tessaroven

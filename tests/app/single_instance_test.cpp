@@ -6,6 +6,9 @@
 #include <optional>
 #include <thread>
 
+#include "base/command_line.h"
+#include "base/text.h"
+
 namespace tessaroven {
 namespace {
 
@@ -36,10 +39,30 @@ INSTANTIATE_TEST_SUITE_P(
                     // The search for the space starts at the second character.
                     ArgumentCase{"LeadingSpaceIsPartOfTheProgram", u" t.exe D:\\x", u"D:\\x"},
                     ArgumentCase{"TabsAreNotWhiteSpace", u"\"t.exe\" \tD:\\x\t ", u"\tD:\\x\t"},
-                    ArgumentCase{"QuotesInsideTheArgumentStay", u"\"t.exe\" \"D:\\My Music\"", u"\"D:\\My Music\""},
+                    // One quoted word is that word, as a shell verb's "%1" means it.
+                    ArgumentCase{"OneQuotedWordLosesItsQuotes", u"\"t.exe\" \"D:\\My Music\"", u"D:\\My Music"},
+                    ArgumentCase{"SeveralWordsStayAsTheyAre", u"\"t.exe\" \"D:\\My\" Music", u"\"D:\\My\" Music"},
                     ArgumentCase{"CrashRestartWordIsJustText", u"\"t.exe\" -crashed ", u"-crashed"},
                     ArgumentCase{"Empty", u"", u""}),
     [](const auto& p) { return std::string(p.param.name); });
+
+// Linux: a folder handed to a second start must stay one word all the way, or
+// "x -crashed crash-1.dmp" would read as the crash restart's switch.
+TEST(SingleInstance, JoinedCommandLineKeepsEveryArgumentOneWord) {
+  const std::vector<std::u16string> arguments = {
+      u"/music/x -crashed crash-1.dmp", u"a\"b", u"", u"tab\there", u"ends\\",
+      u"q\" -crashed crash-2.dmp \"r",  u"plain"};
+  const std::u16string line = JoinCommandLine(u"/usr/bin/tessaroven", arguments);
+  std::vector<std::u16string> expected = {u"/usr/bin/tessaroven"};
+  expected.insert(expected.end(), arguments.begin(), arguments.end());
+  EXPECT_EQ(SplitWindowsCommandLine(line), expected) << Utf16ToUtf8(line);
+  for (const auto& argument : arguments) {
+    if (argument.empty() || argument.back() == u' ') continue;
+    EXPECT_EQ(ExtractArgument(JoinCommandLine(u"/usr/bin/tessaroven", {argument})), argument);
+  }
+  EXPECT_EQ(ExtractArgument(JoinCommandLine(u"/p", {u"/music/x -crashed crash-1.dmp"})),
+            u"/music/x -crashed crash-1.dmp");
+}
 
 TEST(SingleInstance, JoinedCommandLineGivesBackTheArgument) {
   // The Linux command line is built from argv; a quote in the program path must

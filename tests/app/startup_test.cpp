@@ -37,16 +37,21 @@ std::u16string FileIn(const std::string& dir, const std::string& tag, const char
 // Receive, appending every path it gets to "<tag>.got", until "<tag>.stop" appears
 // (a clean end) or "<tag>.die" (an end without any clean-up).
 // Arguments: folder, tag, command line in hex.
+// With a fourth argument "hung" it never collects anything: a selector that lives
+// but hangs.
 TESSAROVEN_TEST_CHILD(selector) {
   const std::string& dir = args.at(0);
   const std::string& tag = args.at(1);
+  const bool hung = args.size() > 3 && args[3] == "hung";
   SingleInstance instance;
   const StartRole role = Startup(Unhex(args.at(2)), instance, {});
   test::WriteBytes(FileIn(dir, tag, ".ready"), std::to_string(static_cast<int>(role)));
   for (;;) {
-    instance.Receive([&](const std::u16string& path) {
-      AppendBytes(FileIn(dir, tag, ".got"), Utf16ToUtf8(path) + std::string(1, '\0'));
-    });
+    if (!hung) {
+      instance.Receive([&](const std::u16string& path) {
+        AppendBytes(FileIn(dir, tag, ".got"), Utf16ToUtf8(path) + std::string(1, '\0'));
+      });
+    }
     if (test::FileExists(FileIn(dir, tag, ".die"))) std::_Exit(9);
     if (test::FileExists(FileIn(dir, tag, ".stop"))) break;
     std::this_thread::sleep_for(milliseconds(50));
@@ -71,8 +76,13 @@ TESSAROVEN_TEST_CHILD(start) {
 
 class RunningSelector {
  public:
-  RunningSelector(const TempDir& dir, std::string tag, std::u16string_view rest = u"")
-      : dir_(Utf16ToUtf8(dir.Path())), tag_(std::move(tag)), child_("selector", {dir_, tag_, Hex(CommandLine(rest))}) {}
+  RunningSelector(const TempDir& dir, std::string tag, std::u16string_view rest = u"", bool hung = false)
+      : dir_(Utf16ToUtf8(dir.Path())),
+        tag_(std::move(tag)),
+        child_("selector", {dir_, tag_, Hex(CommandLine(rest)), hung ? "hung" : "answers"}) {}
+
+  // Whether its start-up has returned (without waiting for it).
+  bool Started() const { return test::FileExists(FileIn(dir_, tag_, ".ready")); }
 
   // The role it took; 0 when it never got that far.
   int Role() const {
@@ -211,6 +221,28 @@ INSTANTIATE_TEST_SUITE_P(Startup, FirstSelectorEnds, testing::Values(End::Clean,
                            }
                            return std::string();
                          });
+
+// The Part keeps a sender waiting, without a time-out, for a receiver that lives
+// but never collects. A receiver that was killed is another case: the starts
+// waiting for it must not wedge for ever. The first of them notices, takes over as
+// the first selector (its window opens its own path) and collects the path that
+// was left in the block; later starts hand their paths to it.
+TEST(Startup, AHungSelectorKeepsItsSendersWaitingAKilledOneDoesNot) {
+  TempDir dir;
+  RunningSelector hung(dir, "hung", u"", true);
+  ASSERT_EQ(hung.Role(), kFirst);
+  EXPECT_EQ(StartAgain(dir, "left", u" /music/left in the block"), kHandedOff);
+  RunningSelector waiting(dir, "waiting", u" /music/waiting");
+  std::this_thread::sleep_for(milliseconds(1500));
+  EXPECT_FALSE(waiting.Started()) << "a living receiver keeps its senders waiting";
+
+  EXPECT_NE(hung.Kill(), 0);
+  EXPECT_EQ(waiting.Role(), kFirst) << "the waiting start took over";
+  EXPECT_EQ(waiting.Received(1), std::vector<std::u16string>{u"/music/left in the block"});
+  EXPECT_EQ(StartAgain(dir, "later", u" /music/later"), kHandedOff);
+  EXPECT_EQ(waiting.Received(2), (std::vector<std::u16string>{u"/music/left in the block", u"/music/later"}));
+  EXPECT_EQ(waiting.Stop(), kFirst);
+}
 
 TEST(Startup, AwkwardPathsArriveIntactAndTooShortOnesAreIgnored) {
   struct Case {

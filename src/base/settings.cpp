@@ -22,10 +22,6 @@ Defaults& TheDefaults() {
   return defaults;
 }
 
-// Some writers keep a value a little longer than its text (or a text that grew between
-// the size query and the read); a few attempts let a read settle on one version.
-constexpr int kRawReadAttempts = 4;
-
 }  // namespace
 
 void SetDefaultSettingsRoot(SettingsRoot root) {
@@ -103,22 +99,6 @@ std::u16string SettingsGetString(std::u16string_view name, SettingsRoot root, Se
     text.push_back(c);
   }
   return text;
-}
-
-std::optional<SettingsRawValue> SettingsGetRaw(std::u16string_view name, SettingsRoot root, SettingsKeyPath keyPath) {
-  const SettingsKey key = SettingsOpenKey(kKeyQueryValue, root, keyPath);
-  if (!key) return std::nullopt;
-  for (int attempt = 0; attempt < kRawReadAttempts; ++attempt) {
-    SettingsRawValue raw;
-    std::uint32_t size = 0;
-    if (!settings_platform::QueryValue(*key.impl(), name, &raw.type, nullptr, &size)) return std::nullopt;
-    raw.data.resize(size);
-    if (settings_platform::QueryValue(*key.impl(), name, &raw.type, raw.data.data(), &size)) {
-      raw.data.resize(size);
-      return raw;
-    }
-  }
-  return std::nullopt;
 }
 
 bool SettingsSetDword(std::uint32_t value, std::u16string_view name, SettingsRoot root, SettingsKeyPath keyPath) {

@@ -76,16 +76,15 @@ bool SettingsSetValue(const void* data, std::uint32_t byteCount, std::uint32_t t
 bool SettingsSetString(std::u16string_view text, std::u16string_view name, SettingsRoot root = SettingsRoot::Default,
                        SettingsKeyPath keyPath = std::nullopt);
 
-// A value exactly as stored, whatever its type; nullopt when it does not exist.
-struct SettingsRawValue {
-  std::uint32_t type = 0;
-  std::vector<std::uint8_t> data;
-};
-std::optional<SettingsRawValue> SettingsGetRaw(std::u16string_view name, SettingsRoot root = SettingsRoot::Default,
-                                               SettingsKeyPath keyPath = std::nullopt);
-
 // Where the current user's settings live, for messages and diagnostics: the
 // settings file on Linux, the registry key on Windows.
 std::u16string SettingsStoreLocation();
+
+// Linux: why the settings file (or its lock file) was last refused because it is not
+// a regular file (a named pipe, a device, a symbolic link, a folder), in one
+// sentence; empty when it was not. The store then reads as empty and writes
+// nothing, and the program runs on its defaults. Said once on stderr as well.
+// Windows: always empty.
+std::u16string SettingsStoreProblem();
 
 }  // namespace tessaroven

@@ -33,6 +33,7 @@
 #include <atomic>
 #include <bit>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -109,6 +110,58 @@ class FileLock {
  private:
   int fd_;
 };
+
+// What a file at `st` is, for the message when it is not a regular file.
+const char* KindOf(const struct stat& st) {
+  if (S_ISLNK(st.st_mode)) return "a symbolic link";
+  if (S_ISFIFO(st.st_mode)) return "a named pipe";
+  if (S_ISDIR(st.st_mode)) return "a folder";
+  if (S_ISCHR(st.st_mode) || S_ISBLK(st.st_mode)) return "a device";
+  if (S_ISSOCK(st.st_mode)) return "a socket";
+  return "not a regular file";
+}
+
+// Why the store is refused, once per process and file: on stderr at once (the
+// store has no other way to tell; the program goes on with its defaults), and for
+// SettingsStoreProblem().
+std::mutex g_problemMutex;
+std::string g_problem;
+
+void Refuse(const std::string& path, const struct stat& st) {
+  const std::string text = "tessaroven: the settings file " + path + " is " + KindOf(st) +
+                           ", not a regular file; it is left alone and the default settings are used.";
+  std::lock_guard lock(g_problemMutex);
+  if (g_problem == text) return;
+  g_problem = text;
+  std::fprintf(stderr, "%s\n", text.c_str());
+}
+
+void NoProblem() {
+  std::lock_guard lock(g_problemMutex);
+  g_problem.clear();
+}
+
+// Opens `path` only when it is a regular file itself (no link followed, a named
+// pipe or a device neither waited on nor read); refuses anything else with the
+// message above. -1 with errno ENOENT when there is nothing at the path.
+int OpenRegularFile(const std::string& path, int flags, mode_t mode = 0) {
+  const int fd = Retrying([&] { return open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, mode); });
+  struct stat st {};
+  if (fd < 0) {
+    // O_NOFOLLOW fails on a link with ELOOP; say what is there.
+    if (errno == ELOOP && lstat(path.c_str(), &st) == 0) Refuse(path, st);
+    return -1;
+  }
+  if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    Refuse(path, st);
+    close(fd);
+    errno = EINVAL;
+    return -1;
+  }
+  // Regular files never block; reads and writes go as usual.
+  fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+  return fd;
+}
 
 bool MakeFolders(const std::string& folder) {
   struct stat st {};
@@ -328,7 +381,7 @@ class SettingsFile {
 
   bool OpenLock() {
     if (!MakeFolders(folder_)) return false;
-    lockFd_ = Retrying([&] { return open((folder_ + "/user.reg.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600); });
+    lockFd_ = OpenRegularFile(folder_ + "/user.reg.lock", O_RDWR | O_CREAT, 0600);
     if (lockFd_ < 0) return false;
     MapGeneration();
     return true;
@@ -410,7 +463,7 @@ class SettingsFile {
   bool CacheIsCurrent() const {
     if (!cacheValid_ || ReadGeneration() != generation_) return false;
     struct stat st {};
-    return stat(FilePath().c_str(), &st) == 0 && FileIdentity::Of(st) == identity_;
+    return lstat(FilePath().c_str(), &st) == 0 && FileIdentity::Of(st) == identity_;
   }
 
   // Under the lock: makes file_ the file as it is on disk (null when it cannot be
@@ -420,7 +473,7 @@ class SettingsFile {
     const std::string path = FilePath();
     struct stat st {};
     FileIdentity identity;
-    if (stat(path.c_str(), &st) == 0)
+    if (lstat(path.c_str(), &st) == 0)
       identity = FileIdentity::Of(st);
     else if (errno != ENOENT)
       return false;
@@ -429,7 +482,9 @@ class SettingsFile {
     cacheValid_ = false;
     std::string bytes;
     if (identity.exists) {
-      const int fd = Retrying([&] { return open(path.c_str(), O_RDONLY | O_CLOEXEC); });
+      // Only a regular file is read: a named pipe would block every program for
+      // ever, a link to a device would be read until memory runs out.
+      const int fd = OpenRegularFile(path, O_RDONLY);
       if (fd < 0 && errno != ENOENT) return false;
       if (fd >= 0) {
         const bool read = fstat(fd, &st) == 0 && ReadAll(fd, bytes);
@@ -440,6 +495,7 @@ class SettingsFile {
         identity = FileIdentity{};
       }
     }
+    NoProblem();
     if (!identity.exists) {
       file_ = std::make_shared<RegFile>();
     } else if (auto parsed = RegFile::Parse(bytes)) {
@@ -622,6 +678,11 @@ namespace tessaroven {
 std::u16string SettingsStoreLocation() {
   const std::string folder = settings_platform::SettingsFolder();
   return folder.empty() ? std::u16string() : FromOsString(folder + "/user.reg");
+}
+
+std::u16string SettingsStoreProblem() {
+  std::lock_guard lock(settings_platform::g_problemMutex);
+  return FromOsString(settings_platform::g_problem);
 }
 
 }  // namespace tessaroven

@@ -65,6 +65,8 @@ bool SetValue(const SettingsKey::Impl& key, std::u16string_view name, std::uint3
 
 namespace tessaroven {
 
+std::u16string SettingsStoreProblem() { return {}; }
+
 std::u16string SettingsStoreLocation() {
   std::u16string location;
   switch (DefaultSettingsRoot()) {

@@ -42,6 +42,9 @@ void PrintDiagnostics() {
   time.hour = static_cast<std::uint16_t>(local.tm_hour);
   time.minute = static_cast<std::uint16_t>(local.tm_min);
   std::cout << "Time of day:         " << Utf16ToUtf8(FormatTime(time)) << '\n';
+  // The numbers above read the settings; a store that had to be refused says why.
+  if (const std::u16string problem = SettingsStoreProblem(); !problem.empty())
+    std::cout << "\nSettings problem:    " << Utf16ToUtf8(problem) << '\n';
 }
 
 }  // namespace tessaroven::cli

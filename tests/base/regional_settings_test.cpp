@@ -15,6 +15,7 @@
 #include "base/format.h"
 #include "base/settings.h"
 #include "base/text.h"
+#include "support/settings_raw.h"
 
 namespace tessaroven {
 
@@ -195,7 +196,7 @@ class RegionalStore : public testing::Test {
  protected:
   void SetUp() override {
     for (std::size_t i = 0; i < kValueNames.size(); ++i)
-      saved_[i] = SettingsGetRaw(kValueNames[i], SettingsRoot::CurrentUser, kRegionalSettingsKeyPath);
+      saved_[i] = test::SettingsGetRaw(kValueNames[i], SettingsRoot::CurrentUser, kRegionalSettingsKeyPath);
   }
 
   void TearDown() override {
@@ -220,7 +221,7 @@ class RegionalStore : public testing::Test {
   }
 
  private:
-  std::array<std::optional<SettingsRawValue>, 8> saved_;
+  std::array<std::optional<test::SettingsRawValue>, 8> saved_;
 };
 
 struct StoredSetup {

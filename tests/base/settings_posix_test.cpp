@@ -10,6 +10,8 @@
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
+#include <memory>
 #include <optional>
 #include <regex>
 #include <thread>
@@ -225,6 +227,72 @@ TEST_F(SettingsFileTest, FolderRemovedWhileRunningIsMadeAgain) {
   EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 2u);
   EXPECT_TRUE(test::FileExists(Folder() + u"user.reg.lock"));
   EXPECT_NE(Text().find("\"V\"=dword:00000002"), std::string::npos);
+}
+
+// ---- What is not a regular file ---------------------------------------------------------------
+
+// Reads a value on another thread, so that a read that blocks fails the test
+// instead of hanging it; a blocked read of a named pipe is freed by opening the
+// pipe for writing.
+std::optional<std::uint32_t> ReadWithin(std::chrono::seconds limit, const std::string& pipe = {}) {
+  auto result = std::make_shared<std::promise<std::uint32_t>>();
+  std::future<std::uint32_t> future = result->get_future();
+  std::thread([result] { result->set_value(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey)); }).detach();
+  if (future.wait_for(limit) == std::future_status::ready) return future.get();
+  if (!pipe.empty()) {
+    const int fd = open(pipe.c_str(), O_WRONLY | O_NONBLOCK);
+    if (fd >= 0) close(fd);
+    future.wait();
+  }
+  return std::nullopt;
+}
+
+TEST_F(SettingsFileTest, ANamedPipeAsTheFileIsRefusedAndTheDefaultsServe) {
+  ASSERT_TRUE(std::filesystem::create_directories(Utf8(Folder())));
+  ASSERT_EQ(mkfifo(Utf8(File()).c_str(), 0600), 0);
+  const std::optional<std::uint32_t> read = ReadWithin(std::chrono::seconds(20), Utf8(File()));
+  ASSERT_TRUE(read.has_value()) << "the read waited on the pipe";
+  EXPECT_EQ(*read, 0u);
+  EXPECT_FALSE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, kKey)) << "nothing is written over it";
+  struct stat st {};
+  ASSERT_EQ(lstat(Utf8(File()).c_str(), &st), 0);
+  EXPECT_TRUE(S_ISFIFO(st.st_mode)) << "left alone";
+  EXPECT_NE(Utf8(SettingsStoreProblem()).find(Utf8(File()) + " is a named pipe, not a regular file"), std::string::npos)
+      << Utf8(SettingsStoreProblem());
+
+  // Once the pipe makes room for a file, the store works again and says nothing.
+  ASSERT_EQ(unlink(Utf8(File()).c_str()), 0);
+  EXPECT_TRUE(SettingsSetDword(3, u"V", SettingsRoot::CurrentUser, kKey));
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 3u);
+  EXPECT_EQ(SettingsStoreProblem(), u"");
+}
+
+// A link is not followed, for the file or for its lock file: a link to a device
+// would be read until memory runs out, and the lock file's counter would be written
+// into whatever the link points at.
+TEST_F(SettingsFileTest, LinksAsTheFileOrItsLockFileAreRefused) {
+  ASSERT_TRUE(std::filesystem::create_directories(Utf8(Folder())));
+  const std::string target = Utf8(dir_ / u"elsewhere.reg");
+  ASSERT_TRUE(test::WriteBytes(dir_ / u"elsewhere.reg", std::string(kHeader) +
+                                                            "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n"
+                                                            "\"V\"=dword:00000005\n"));
+  const std::string before = test::ReadBytes(dir_ / u"elsewhere.reg");
+  ASSERT_EQ(symlink(target.c_str(), Utf8(File()).c_str()), 0);
+  EXPECT_EQ(ReadWithin(std::chrono::seconds(20)), std::optional<std::uint32_t>(0u));
+  EXPECT_FALSE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, kKey));
+  EXPECT_NE(Utf8(SettingsStoreProblem()).find("is a symbolic link"), std::string::npos);
+  ASSERT_EQ(unlink(Utf8(File()).c_str()), 0);
+
+  const std::u16string lock = Folder() + u"user.reg.lock";
+  std::filesystem::remove(Utf8(lock));
+  ASSERT_EQ(symlink(target.c_str(), Utf8(lock).c_str()), 0);
+  // A fresh folder for the store, so that the lock file is opened again.
+  setenv("XDG_CONFIG_HOME", Utf8(dir_.Path()).c_str(), 1);
+  EXPECT_FALSE(SettingsSetDword(2, u"V", SettingsRoot::CurrentUser, kKey));
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 0u);
+  EXPECT_EQ(test::ReadBytes(dir_ / u"elsewhere.reg"), before) << "nothing written through the links";
+  EXPECT_NE(Utf8(SettingsStoreProblem()).find(Utf8(lock) + " is a symbolic link"), std::string::npos)
+      << Utf8(SettingsStoreProblem());
 }
 
 // ---- Files written by others ---------------------------------------------------------------

@@ -9,6 +9,7 @@
 
 #include "base/settings_test_key.h"
 #include "base/text.h"
+#include "support/settings_raw.h"
 
 namespace tessaroven {
 namespace {
@@ -46,7 +47,7 @@ TEST_P(SettingsReading, GettersAcceptOnlyTheirOwnType) {
                                SettingsRoot::CurrentUser, Path()));
   EXPECT_EQ(SettingsGetDword(u"Value", SettingsRoot::CurrentUser, Path()), c.asDword);
   EXPECT_EQ(Utf16ToUtf8(SettingsGetString(u"Value", SettingsRoot::CurrentUser, Path())), Utf16ToUtf8(c.asString));
-  const auto raw = SettingsGetRaw(u"Value", SettingsRoot::CurrentUser, Path());
+  const auto raw = test::SettingsGetRaw(u"Value", SettingsRoot::CurrentUser, Path());
   ASSERT_TRUE(raw.has_value());
   EXPECT_EQ(raw->type, c.type);
   // Wine's registry hands text stored without its NUL back with one added; Windows
@@ -85,7 +86,7 @@ TEST_F(SettingsTest, TypedSettersRoundTrip) {
   EXPECT_EQ(SettingsGetDword(u"Number", SettingsRoot::CurrentUser, Path()), 0xCAFEF00Du);
   EXPECT_EQ(SettingsGetString(u"Text", SettingsRoot::CurrentUser, Path()), u"C:\\Music\\\"Best\" of");
   // A text setting is kept as REG_SZ with its terminating NUL.
-  const auto raw = SettingsGetRaw(u"Text", SettingsRoot::CurrentUser, Path());
+  const auto raw = test::SettingsGetRaw(u"Text", SettingsRoot::CurrentUser, Path());
   ASSERT_TRUE(raw.has_value());
   EXPECT_EQ(raw->type, kRegSz);
   EXPECT_EQ(raw->data, Utf16Bytes(u"C:\\Music\\\"Best\" of"));
@@ -125,7 +126,7 @@ TEST_F(SettingsTest, DefaultValueHasTheEmptyName) {
 TEST_F(SettingsTest, MissingValuesReadAsZeroOrEmpty) {
   EXPECT_EQ(SettingsGetDword(u"Missing", SettingsRoot::CurrentUser, Path()), 0u);
   EXPECT_EQ(SettingsGetString(u"Missing", SettingsRoot::CurrentUser, Path()), u"");
-  EXPECT_FALSE(SettingsGetRaw(u"Missing", SettingsRoot::CurrentUser, Path()).has_value());
+  EXPECT_FALSE(test::SettingsGetRaw(u"Missing", SettingsRoot::CurrentUser, Path()).has_value());
   const std::u16string sub = PathText() + u"\\Sub\\Deeper";
   EXPECT_EQ(SettingsGetDword(u"Missing", SettingsRoot::CurrentUser, std::u16string_view(sub)), 0u);
   // The read created the key: it can be opened and written like any other.
@@ -146,7 +147,7 @@ TEST_F(SettingsTest, EmptyKeyPathMakesEveryCallANoOp) {
   EXPECT_FALSE(SettingsSetValue(bytes, 4, kRegDword, u"V", SettingsRoot::CurrentUser, none));
   EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, none), 0u);
   EXPECT_EQ(SettingsGetString(u"V", SettingsRoot::CurrentUser, none), u"");
-  EXPECT_FALSE(SettingsGetRaw(u"V", SettingsRoot::CurrentUser, none).has_value());
+  EXPECT_FALSE(test::SettingsGetRaw(u"V", SettingsRoot::CurrentUser, none).has_value());
 }
 
 class SettingsDefaults : public SettingsTest {

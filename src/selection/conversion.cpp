@@ -36,6 +36,7 @@ class CancelWatch : public CollectUi {
     inner_.ShowProgress(progress, cancel, finished);
     cancelled_ = cancel.IsSet();
   }
+  void ReportPathsTooLong(const std::vector<std::u16string>& paths) override { inner_.ReportPathsTooLong(paths); }
   bool Cancelled() const { return cancelled_; }
 
  private:

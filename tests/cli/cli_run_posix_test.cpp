@@ -1,6 +1,7 @@
 // The real tessaroven-cli over real audio files, as a script would run it.
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -269,6 +270,37 @@ TEST_F(CliRunTest, ConvertWithoutAConverterFailsWithTheReason) {
   const Result notStarted = Cli({"--folder", Lib("A"), "--convert"}, (bin / "tessaroven-cli").string());
   EXPECT_EQ(notStarted.code, 3);
   EXPECT_NE(notStarted.err.find("the converter could not be started"), std::string::npos) << notStarted.err;
+}
+
+// Deeper than PATH_MAX: no program can open it, so the run names it on stderr
+// instead of leaving it out without a word (for --list and --convert alike).
+TEST_F(CliRunTest, PathsTooLongForTheSystemAreNamed) {
+  const std::string kept = Put("tone.flac", "deep/one.flac");
+  int fd = open(Lib("deep").c_str(), O_RDONLY | O_DIRECTORY);
+  ASSERT_GE(fd, 0);
+  const std::string part(200, 'd');
+  for (int i = 0; i < 22; ++i) {
+    ASSERT_EQ(mkdirat(fd, part.c_str(), 0700), 0);
+    const int next = openat(fd, part.c_str(), O_RDONLY | O_DIRECTORY);
+    close(fd);
+    ASSERT_GE(next, 0);
+    fd = next;
+  }
+  close(fd);
+  const Result listed = Cli({"--folder", Lib("deep"), "--list"});
+  EXPECT_EQ(listed.code, 0) << listed.err;
+  EXPECT_EQ(listed.out, kept + "\n");
+  EXPECT_NE(listed.err.find("left out, the path is too long for the system: " + Lib("deep/") + part + "/"),
+            std::string::npos)
+      << listed.err.substr(0, 300);
+
+  const fs::path bin = fs::path(root_) / "bin";
+  fs::create_directories(bin);
+  fs::copy_file(TESSAROVEN_CLI_PATH, bin / "tessaroven-cli");
+  fs::create_directory_symlink(TESSAROVEN_BUILD_PLUGIN_DIR, bin / "decoder");
+  const Result converted = Cli({"--folder", Lib("deep"), "--convert"}, (bin / "tessaroven-cli").string());
+  EXPECT_NE(converted.err.find("left out, the path is too long for the system"), std::string::npos)
+      << converted.err.substr(0, 300);
 }
 
 TEST_F(CliRunTest, ColumnNamesAreCheckedAndTakeTheirOwnSpelling) {

@@ -5,7 +5,8 @@
 namespace kovantrix {
 
 SourceInfo::SourceInfo(const SourceInfo& other)
-    : sampleRate(other.sampleRate),
+    : codec(other.codec),
+      sampleRate(other.sampleRate),
       sampleFormat(other.sampleFormat),
       bitsPerSample(other.bitsPerSample),
       lossless(other.lossless),
@@ -17,6 +18,7 @@ SourceInfo::SourceInfo(const SourceInfo& other)
 
 SourceInfo& SourceInfo::operator=(const SourceInfo& other) {
   if (this == &other) return *this;
+  codec = other.codec;
   sampleRate = other.sampleRate;
   av_channel_layout_uninit(&layout);
   av_channel_layout_copy(&layout, &other.layout);

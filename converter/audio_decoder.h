@@ -32,6 +32,7 @@ struct CoverPicture {
 };
 
 struct SourceInfo {
+  AVCodecID codec = AV_CODEC_ID_NONE;
   int sampleRate = 0;
   AVChannelLayout layout{};
   AVSampleFormat sampleFormat = AV_SAMPLE_FMT_NONE;

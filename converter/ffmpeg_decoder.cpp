@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -51,11 +52,18 @@ class FfmpegDecoder final : public AudioDecoder {
     // "file:" keeps a name with a colon in it from being taken for a protocol.
     const std::string url = "file:" + tessaroven::Utf16ToUtf8(path);
     AVFormatContext* format = nullptr;
+    std::error_code sizeError;
+    if (std::filesystem::file_size(std::filesystem::path(tessaroven::ToOsString(path)), sizeError) == 0 && !sizeError) {
+      error = u"The file is empty.";
+      return false;
+    }
     int code = avformat_open_input(&format, url.c_str(), nullptr, nullptr);
     if (code < 0) {
-      error = code == AVERROR(ENOENT)        ? u"The file does not exist (any more)."
-              : code == AVERROR_INVALIDDATA ? u"This is not an audio file that can be read."
-                                            : u"The file cannot be read: " + FfmpegErrorText(code);
+      // A header that ends early reads as an I/O error or the end of the file.
+      error = code == AVERROR(ENOENT)                            ? u"The file does not exist (any more)."
+              : code == AVERROR_INVALIDDATA                     ? u"This is not an audio file that can be read."
+              : code == AVERROR(EIO) || code == AVERROR_EOF      ? u"The file is damaged or cut short."
+                                                                 : u"The file cannot be read: " + FfmpegErrorText(code);
       return false;
     }
     format_.reset(format);
@@ -67,8 +75,15 @@ class FfmpegDecoder final : public AudioDecoder {
     const AVCodec* codec = nullptr;
     stream_ = av_find_best_stream(format, AVMEDIA_TYPE_AUDIO, -1, -1, &codec, 0);
     if (stream_ < 0 || codec == nullptr) {
-      error = stream_ == AVERROR_DECODER_NOT_FOUND ? u"Its audio is in a format that cannot be decoded."
-                                                   : u"The file has no audio stream.";
+      // A demuxer chosen by the extension alone may announce an audio stream in
+      // a file that is not of its kind, without any of its parameters; a video or
+      // picture file has streams, none of them audio.
+      bool announcesAudio = false;
+      for (unsigned i = 0; i < format->nb_streams; ++i)
+        announcesAudio = announcesAudio || format->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
+      error = stream_ == AVERROR_DECODER_NOT_FOUND        ? u"Its audio is in a format that cannot be decoded."
+              : announcesAudio || format->nb_streams == 0 ? u"This is not an audio file that can be read."
+                                                          : u"The file has no audio stream.";
       return false;
     }
     const AVStream* stream = format->streams[stream_];
@@ -172,6 +187,7 @@ class FfmpegDecoder final : public AudioDecoder {
 
   void Describe(const AVFrame* first) {
     const AVStream* stream = format_->streams[stream_];
+    info_.codec = codec_->codec_id;
     info_.sampleRate = first ? first->sample_rate : codec_->sample_rate;
     if (info_.sampleRate <= 0) info_.sampleRate = codec_->sample_rate;
     const AVChannelLayout& layout = first && first->ch_layout.nb_channels > 0 ? first->ch_layout : codec_->ch_layout;

@@ -1,0 +1,248 @@
+// kovantrix as the selector starts it: a real process, a real list file and a
+// real named event, the outputs decoded again.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <thread>
+
+#include "app/named_objects.h"
+#include "base/known_folders.h"
+#include "base/text.h"
+#include "converter/choices.h"
+#include "converter/output_file.h"
+#include "converter_test_support.h"
+#include "support/native_path.h"
+#include "support/test_env.h"
+
+namespace kovantrix {
+namespace {
+
+using tessaroven::NamedEvent;
+using tessaroven::Utf16ToUtf8;
+using test::DataFile;
+using test::DecodeWhole;
+using test::Process;
+using tessaroven::test::ListFolder;
+using tessaroven::test::MakeFolder;
+using tessaroven::test::ReadBytes;
+using tessaroven::test::TempDir;
+using tessaroven::test::WriteBytes;
+
+std::u16string EventName() {
+  static int counter = 0;
+  return tessaroven::AsciiToUtf16("fsqrv-" + std::to_string(CurrentProcessId()) + std::to_string(counter++));
+}
+
+std::string Arg(std::u16string_view option, const std::u16string& value) {
+  return Utf16ToUtf8(std::u16string(option) + u"=" + value);
+}
+
+// A source below `dir` as "<folder>/<name>", copied from a test file.
+std::u16string Put(const TempDir& dir, const std::u16string& data, const std::u16string& folder,
+                   const std::u16string& name) {
+  MakeFolder(dir / folder);
+  const std::u16string path = dir / (folder + u"/" + name);
+  WriteBytes(path, ReadBytes(data));
+  return path;
+}
+
+std::size_t Count(const std::string& text, const std::string& what) {
+  std::size_t count = 0;
+  for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++count;
+  return count;
+}
+
+TEST(KovantrixTest, ReadsTheListSignalsAndConvertsWhatItCan) {
+  TempDir in;
+  TempDir out;
+  const std::vector<std::u16string> files{
+      Put(in, DataFile(u"tone.wav"), u"Album", u"01 Wave.wav"),
+      in / u"Album/gone.wav",
+      Put(in, DataFile(u"tone.flac"), u"Album", u"02 Flac.flac"),
+      Put(in, test::CoverFile(u"cover.mp3"), u"Singles", u"cover.mp3"),
+  };
+  WriteBytes(in / u"Album/notes.flac", "Recorded live in one take.\n");
+  std::vector<std::u16string> list = files;
+  list.insert(list.begin() + 2, in / u"Album/notes.flac");
+  const std::u16string listFile = in / u"TMP7.tmp";
+  test::WriteList(listFile, list);
+
+  const std::u16string name = EventName();
+  NamedEvent selector;
+  ASSERT_TRUE(selector.Create(name));
+  Process kovantrix(KOVANTRIX_PATH, {Arg(u"-list_to_conv", listFile), Arg(u"-signal_event_got_files", name),
+                                     "-centeronwnd=0", "--no-window", Arg(u"--output", out.Path())});
+  ASSERT_TRUE(selector.Wait(std::chrono::seconds(60)));
+  // The selector deletes the list only after the converter ended; at once here:
+  // the converter must not need it any more once it has signalled.
+  ASSERT_TRUE(RemoveFile(listFile));
+  EXPECT_EQ(kovantrix.Wait(), 1);  // some files failed
+
+  const std::string err = kovantrix.Err();
+  EXPECT_EQ(Count("\n" + err, "\nFailed "), 2u) << err;
+  EXPECT_NE(err.find("gone.wav: The file does not exist"), std::string::npos) << err;
+  EXPECT_NE(err.find("Converted 3 of 5 files into " + Utf16ToUtf8(out.Path())), std::string::npos) << err;
+  EXPECT_EQ(DecodeWhole(out / u"Album/01 Wave.flac").samples, 8820);
+  EXPECT_EQ(DecodeWhole(out / u"Album/02 Flac.flac").samples, 8820);
+  const test::Decoded cover = DecodeWhole(out / u"Singles/cover.flac");
+  EXPECT_TRUE(cover.info.cover.has_value());
+  EXPECT_EQ(cover.Tag("title"), "Grüße ☃ Ωmega");
+  EXPECT_EQ(ListFolder(out / u"Album/").size(), 2u);  // nothing for the failures, no parts
+}
+
+struct UsageCase {
+  const char* name;
+  std::vector<std::string> args;
+  int code;
+  const char* says;
+};
+
+class UsageTest : public testing::TestWithParam<UsageCase> {};
+
+TEST_P(UsageTest, BadUsageAndUnreadableListsSaySo) {
+  TempDir dir;
+  std::vector<std::string> args;
+  for (std::string arg : GetParam().args) {
+    if (const auto at = arg.find("DIR/"); at != std::string::npos) arg.replace(at, 4, Utf16ToUtf8(dir.Path()));
+    args.push_back(arg);
+  }
+  const std::u16string name = EventName();
+  NamedEvent selector;
+  ASSERT_TRUE(selector.Create(name));
+  args.push_back(Arg(u"-signal_event_got_files", name));
+  Process kovantrix(KOVANTRIX_PATH, args);
+  EXPECT_EQ(kovantrix.Wait(), GetParam().code);
+  EXPECT_NE(kovantrix.Err().find(GetParam().says), std::string::npos) << kovantrix.Err();
+  // A run that took no list leaves the selector waiting for it to end, visibly.
+  EXPECT_FALSE(selector.Wait(std::chrono::milliseconds(0)));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, UsageTest,
+    testing::Values(UsageCase{"NoList", {"--no-window"}, 2, "no list of files to convert was given"},
+                    UsageCase{"UnknownFormat", {"-list_to_conv=DIR/l.tmp", "--format=ogg"}, 2, "there is no format 'ogg'"},
+                    UsageCase{"MissingList", {"-list_to_conv=DIR/l.tmp", "--no-window"}, 1, "does not exist"},
+                    UsageCase{"ListIsAFolder", {"-list_to_conv=DIR/", "--no-window"}, 1, "cannot be read"}),
+    [](const auto& param) { return std::string(param.param.name); });
+
+TEST(KovantrixTest, UnknownArgumentsAndAMissingSelectorAreReportedNotFatal) {
+  TempDir in;
+  TempDir out;
+  const std::u16string listFile = in / u"l.tmp";
+  test::WriteList(listFile, {Put(in, DataFile(u"tone.wav"), u"A", u"t.wav")});
+  Process kovantrix(KOVANTRIX_PATH, {Arg(u"-list_to_conv", listFile), Arg(u"-signal_event_got_files", EventName()),
+                                     "-newoption=1", "--no-window", Arg(u"--output", out.Path()), "--format=mp3"});
+  EXPECT_EQ(kovantrix.Wait(), 0);
+  const std::string err = kovantrix.Err();
+  EXPECT_NE(err.find("ignoring the unknown argument '-newoption=1'"), std::string::npos) << err;
+  EXPECT_NE(err.find("the selector is no longer waiting"), std::string::npos) << err;
+  EXPECT_TRUE(DecodeWhole(out / u"A/t.mp3").opened);
+}
+
+TEST(KovantrixTest, NamesThatAreNotUtf8ArriveByteForByte) {
+  TempDir in;
+  TempDir out;
+  // "Albüm/café.wav" in Latin-1: bytes that are not UTF-8.
+  const std::u16string folder = u"Alb\xDCFCm";
+  const std::u16string source = Put(in, DataFile(u"tone.wav"), folder, u"caf\xDCE9.wav");
+  const std::u16string listFile = in / u"l.tmp";
+  test::WriteList(listFile, {source});
+  Process kovantrix(KOVANTRIX_PATH, {Arg(u"-list_to_conv", listFile), "--no-window", Arg(u"--output", out.Path())});
+  EXPECT_EQ(kovantrix.Wait(), 0) << kovantrix.Err();
+  EXPECT_EQ(ListFolder(out.Path()), std::vector<std::u16string>{folder});
+  EXPECT_EQ(Utf16ToUtf8(ListFolder(out / folder + u"/").at(0)), "caf\xE9.flac");
+}
+
+TEST(KovantrixTest, AProfileBringsItsOwnChoices) {
+  TempDir in;
+  TempDir phone;
+  ASSERT_TRUE(SaveChoices(Choices{phone.Path(), Format::kOpus, u"64k", false}, u"Phone"));
+  const std::u16string listFile = in / u"l.tmp";
+  test::WriteList(listFile, {Put(in, DataFile(u"tone.flac"), u"A", u"t.flac")});
+  Process kovantrix(KOVANTRIX_PATH, {Arg(u"-list_to_conv", listFile), "--no-window", "-additionalprofile=Phone"});
+  EXPECT_EQ(kovantrix.Wait(), 0) << kovantrix.Err();
+  EXPECT_EQ(DecodeWhole(phone / u"A/t.opus").info.codec, AV_CODEC_ID_OPUS);
+}
+
+// A WAV file of `seconds` of a slow sweep, long enough to be cancelled mid-way.
+std::string LongWav(int seconds) {
+  const std::uint32_t rate = 44100;
+  const std::uint32_t bytes = rate * 4 * static_cast<std::uint32_t>(seconds);
+  std::string wav = "RIFF";
+  const auto put32 = [&wav](std::uint32_t v) { for (int i = 0; i < 4; ++i) wav.push_back(static_cast<char>(v >> (8 * i))); };
+  const auto put16 = [&wav](std::uint16_t v) { for (int i = 0; i < 2; ++i) wav.push_back(static_cast<char>(v >> (8 * i))); };
+  put32(36 + bytes);
+  wav += "WAVEfmt ";
+  put32(16);
+  put16(1);
+  put16(2);
+  put32(rate);
+  put32(rate * 4);
+  put16(4);
+  put16(16);
+  wav += "data";
+  put32(bytes);
+  std::uint32_t noise = 12345;
+  for (std::uint32_t i = 0; i < bytes / 2; ++i) {
+    noise = noise * 1103515245u + 12345u;
+    put16(static_cast<std::uint16_t>((noise >> 16) & 0x3FFF));
+  }
+  return wav;
+}
+
+TEST(KovantrixTest, CtrlCStopsCleanlyAndLeavesOnlyWholeFiles) {
+  TempDir in;
+  TempDir out;
+  const std::string wav = LongWav(30);
+  std::vector<std::u16string> files;
+  for (int i = 0; i < 6; ++i) {
+    const std::u16string folder = tessaroven::AsciiToUtf16("F" + std::to_string(i));
+    MakeFolder(in / folder);
+    files.push_back(in / (folder + u"/long.wav"));
+    WriteBytes(files.back(), wav);
+  }
+  const std::u16string listFile = in / u"l.tmp";
+  test::WriteList(listFile, files);
+  const std::u16string name = EventName();
+  NamedEvent selector;
+  ASSERT_TRUE(selector.Create(name));
+  Process kovantrix(KOVANTRIX_PATH, {Arg(u"-list_to_conv", listFile), Arg(u"-signal_event_got_files", name),
+                                     "--no-window", "--jobs=1", "--preset=best", Arg(u"--output", out.Path())});
+  ASSERT_TRUE(selector.Wait(std::chrono::seconds(60)));
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  kovantrix.Interrupt();
+  EXPECT_EQ(kovantrix.Wait(), 1);
+  const std::string err = kovantrix.Err();
+  EXPECT_NE(err.find("Cancelled. Converted "), std::string::npos) << err;
+  std::size_t whole = 0;
+  for (const std::u16string& folder : ListFolder(out.Path())) {
+    for (const std::u16string& file : ListFolder(out / folder + u"/")) {
+      EXPECT_EQ(file, u"long.flac");  // no hidden part left
+      EXPECT_EQ(DecodeWhole(out / folder + u"/" + file).samples, 44100 * 30);
+      ++whole;
+    }
+  }
+  EXPECT_LT(whole, files.size());
+}
+
+// The whole chain: the selector's command line collects the sample library and
+// hands it to the real converter beside it, which converts into the music folder.
+TEST(KovantrixTest, TheSelectorsConvertEndsInTheMusicFolder) {
+  Process cli(TESSAROVEN_CLI_PATH, {"--folder", TESSAROVEN_SAMPLES_DIR, "--convert"});
+  EXPECT_EQ(cli.Wait(), 0) << cli.Err();
+  const std::u16string converted = DefaultOutputFolder();
+  ASSERT_FALSE(converted.empty());
+  const std::string err = cli.Err();
+  EXPECT_NE(err.find("into " + Utf16ToUtf8(converted)), std::string::npos) << err;
+  for (const char16_t* file : {u"Fixture Album/01 Tone.flac", u"Fixture Album/02 Tone.flac", u"Singles/Tone.flac"}) {
+    const test::Decoded decoded = DecodeWhole(converted + file);
+    EXPECT_TRUE(decoded.opened) << Utf16ToUtf8(file);
+    EXPECT_GT(decoded.samples, 0);
+  }
+  // Tone.mp3 and Tone.opus of one folder would both be Singles/Tone.flac: one is
+  // converted, the other reported, and nothing overwritten.
+  EXPECT_NE(err.find("Skipped"), std::string::npos) << err;
+}
+
+}  // namespace
+}  // namespace kovantrix

@@ -1,0 +1,216 @@
+#include "converter/transcoder.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+
+#include "base/text.h"
+#include "converter/output_file.h"
+#include "converter_test_support.h"
+#include "support/child_process.h"
+#include "support/test_env.h"
+
+namespace kovantrix {
+namespace {
+
+using test::CoverFile;
+using test::DataFile;
+using test::DecodeWhole;
+using tessaroven::test::ListFolder;
+using tessaroven::test::ReadBytes;
+using tessaroven::test::TempDir;
+using tessaroven::test::WriteBytes;
+
+const std::atomic<bool> kGoOn{false};
+
+JobResult Convert(const std::u16string& source, const std::u16string& target, Format format,
+                  std::u16string_view preset = u"", bool overwrite = false) {
+  const ConvertJob job{source, target, format, PresetOrDefault(InfoOf(format), preset), overwrite};
+  return ConvertFile(job, kGoOn, nullptr);
+}
+
+struct ConversionCase {
+  const char* name;
+  std::u16string source;
+  Format format;
+  std::u16string preset;
+  AVCodecID codec;
+  int rate;
+  int channels;
+  AVSampleFormat sampleFormat;  // checked when not NONE
+  int bits;                     // checked when not 0
+  bool sameLength;              // to the sample (lossless targets at the source's rate)
+  AVCodecID cover;
+};
+
+class ConversionTest : public testing::TestWithParam<ConversionCase> {};
+
+TEST_P(ConversionTest, TheOutputDecodesWithTagsPictureAndLength) {
+  const ConversionCase& c = GetParam();
+  TempDir dir;
+  const std::u16string target = dir / (u"out" + std::u16string(InfoOf(c.format).extension));
+  const JobResult result = Convert(c.source, target, c.format, c.preset);
+  ASSERT_EQ(result.outcome, Outcome::kDone) << tessaroven::Utf16ToUtf8(result.message);
+  EXPECT_EQ(ListFolder(dir.Path()).size(), 1u);  // no temporary file left beside it
+
+  const test::Decoded source = DecodeWhole(c.source);
+  const test::Decoded output = DecodeWhole(target);
+  ASSERT_TRUE(output.opened) << tessaroven::Utf16ToUtf8(output.error);
+  EXPECT_EQ(output.info.codec, c.codec);
+  EXPECT_EQ(output.info.sampleRate, c.rate);
+  EXPECT_EQ(output.info.layout.nb_channels, c.channels);
+  if (c.sampleFormat != AV_SAMPLE_FMT_NONE) {
+    EXPECT_EQ(av_get_packed_sample_fmt(output.info.sampleFormat), c.sampleFormat);
+  }
+  if (c.bits != 0) {
+    EXPECT_EQ(output.info.bitsPerSample, c.bits);
+  }
+  if (c.sameLength) {
+    EXPECT_EQ(output.samples, source.samples);
+  } else {
+    // Lossy encoders may pad; the length must still be that of the source.
+    const double seconds = static_cast<double>(source.samples) / source.info.sampleRate;
+    EXPECT_NEAR(static_cast<double>(output.samples) / output.info.sampleRate, seconds, 0.03);
+  }
+  EXPECT_EQ(output.Tag("title"), source.Tag("title"));
+  EXPECT_EQ(output.Tag("artist"), source.Tag("artist"));
+  EXPECT_EQ(output.Tag("album"), source.Tag("album"));
+  EXPECT_EQ(output.Tag("track"), source.Tag("track"));
+  if (c.cover == AV_CODEC_ID_NONE) {
+    EXPECT_FALSE(output.info.cover.has_value());
+  } else {
+    ASSERT_TRUE(output.info.cover.has_value());
+    EXPECT_EQ(output.info.cover->codec, c.cover);
+    EXPECT_EQ(output.info.cover->data, source.info.cover->data);
+  }
+}
+
+constexpr auto kNone = AV_SAMPLE_FMT_NONE;
+constexpr auto kNoPicture = AV_CODEC_ID_NONE;
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, ConversionTest,
+    testing::Values(
+        ConversionCase{"WavToFlac", DataFile(u"tone.wav"), Format::kFlac, u"", AV_CODEC_ID_FLAC, 44100, 2,
+                       AV_SAMPLE_FMT_S16, 16, true, kNoPicture},
+        ConversionCase{"OggFlac24ToFlacKeeps24Bits", DataFile(u"tone.oga"), Format::kFlac, u"best", AV_CODEC_ID_FLAC,
+                       44100, 2, AV_SAMPLE_FMT_S32, 24, true, kNoPicture},
+        ConversionCase{"FloatWavToWavStaysFloat", DataFile(u"tone-float.wav"), Format::kWav, u"source",
+                       AV_CODEC_ID_PCM_F32LE, 96000, 1, AV_SAMPLE_FMT_FLT, 0, true, kNoPicture},
+        ConversionCase{"FlacToWav24", DataFile(u"tone.flac"), Format::kWav, u"24bit", AV_CODEC_ID_PCM_S24LE, 44100, 2,
+                       AV_SAMPLE_FMT_S32, 24, true, kNoPicture},
+        ConversionCase{"DsdToFlac", DataFile(u"tone.dsf"), Format::kFlac, u"fast", AV_CODEC_ID_FLAC, 352800, 2,
+                       AV_SAMPLE_FMT_S32, 24, true, kNoPicture},
+        ConversionCase{"PictureFromFlacIntoMp3", CoverFile(u"cover.flac"), Format::kMp3, u"v2", AV_CODEC_ID_MP3, 44100,
+                       2, kNone, 0, false, AV_CODEC_ID_PNG},
+        ConversionCase{"PictureFromMp3IntoFlac", CoverFile(u"cover.mp3"), Format::kFlac, u"", AV_CODEC_ID_FLAC, 44100,
+                       2, kNone, 0, true, AV_CODEC_ID_MJPEG},
+        ConversionCase{"PictureIntoAac", CoverFile(u"cover.flac"), Format::kAac, u"128k", AV_CODEC_ID_AAC, 44100, 2,
+                       kNone, 0, false, AV_CODEC_ID_PNG},
+        ConversionCase{"PictureIntoOpusComment", CoverFile(u"cover.mp3"), Format::kOpus, u"64k", AV_CODEC_ID_OPUS,
+                       48000, 2, kNone, 0, false, AV_CODEC_ID_MJPEG},
+        ConversionCase{"HighRateMonoToMp3Resamples", DataFile(u"tone-float.wav"), Format::kMp3, u"cbr128",
+                       AV_CODEC_ID_MP3, 48000, 1, kNone, 0, false, kNoPicture},
+        ConversionCase{"VideoContainerGivesItsAudioOnly", DataFile(u"tone.mkv"), Format::kOpus, u"", AV_CODEC_ID_OPUS,
+                       48000, 2, kNone, 0, false, kNoPicture}),
+    [](const auto& param) { return std::string(param.param.name); });
+
+struct BadSource {
+  const char* name;
+  std::string bytes;  // written as the source; none for a missing file
+  bool exists;
+  const char16_t* says;
+};
+
+class BadSourceTest : public testing::TestWithParam<BadSource> {};
+
+TEST_P(BadSourceTest, FailsWithAReasonAndLeavesNothing) {
+  TempDir in;
+  TempDir out;
+  const std::u16string source = in / u"song.flac";
+  if (GetParam().exists) {
+    ASSERT_TRUE(WriteBytes(source, GetParam().bytes));
+  }
+  const JobResult result = Convert(source, out / u"song.mp3", Format::kMp3);
+  EXPECT_EQ(result.outcome, Outcome::kFailed);
+  EXPECT_NE(result.message.find(GetParam().says), std::u16string::npos) << tessaroven::Utf16ToUtf8(result.message);
+  EXPECT_TRUE(ListFolder(out.Path()).empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, BadSourceTest,
+    testing::Values(BadSource{"Missing", "", false, u"does not exist"},
+                    BadSource{"Empty", "", true, u"is empty"},
+                    BadSource{"RandomBytes", std::string("\x13\x37\xC0\xDE\x00\xFF\x42", 7) + std::string(5000, 'z'), true, u"not an audio file"},
+                    BadSource{"Text", "These are the liner notes, not music.\n", true, u"not an audio file"},
+                    BadSource{"TruncatedFlacHeader", std::string("fLaC\0\0\0\x22", 8), true, u"damaged or cut short"}),
+    [](const auto& param) { return std::string(param.param.name); });
+
+TEST(TargetTest, AnExistingTargetIsSkippedUnlessOverwriting) {
+  TempDir dir;
+  const std::u16string target = dir / u"tone.flac";
+  ASSERT_TRUE(WriteBytes(target, "the user's own"));
+  const JobResult kept = Convert(DataFile(u"tone.wav"), target, Format::kFlac);
+  EXPECT_EQ(kept.outcome, Outcome::kSkipped);
+  EXPECT_EQ(ReadBytes(target), "the user's own");
+
+  const JobResult replaced = Convert(DataFile(u"tone.wav"), target, Format::kFlac, u"", true);
+  EXPECT_EQ(replaced.outcome, Outcome::kDone);
+  EXPECT_EQ(DecodeWhole(target).samples, DecodeWhole(DataFile(u"tone.wav")).samples);
+  EXPECT_EQ(ListFolder(dir.Path()).size(), 1u);
+}
+
+TEST(TargetTest, NeverWritesOverItsOwnSource) {
+  TempDir dir;
+  const std::u16string source = dir / u"tone.flac";
+  const std::string original = ReadBytes(DataFile(u"tone.flac"));
+  ASSERT_TRUE(WriteBytes(source, original));
+  const JobResult result = Convert(source, source, Format::kFlac, u"", true);
+  EXPECT_EQ(result.outcome, Outcome::kSkipped);
+  EXPECT_EQ(ReadBytes(source), original);
+}
+
+TEST(TargetTest, AnOutputFolderThatCannotBeMadeFails) {
+  TempDir dir;
+  ASSERT_TRUE(WriteBytes(dir / u"Album", "a file where the folder should go"));
+  const JobResult result = Convert(DataFile(u"tone.wav"), dir / u"Album/tone.flac", Format::kFlac);
+  EXPECT_EQ(result.outcome, Outcome::kFailed);
+  EXPECT_NE(result.message.find(u"cannot be made"), std::u16string::npos);
+}
+
+TEST(CancelTest, ACancelledConversionLeavesNoFile) {
+  TempDir dir;
+  std::atomic<bool> cancel{false};
+  int calls = 0;
+  const ConvertJob job{DataFile(u"tone-float.wav"), dir / u"tone.flac", Format::kFlac,
+                       PresetOrDefault(InfoOf(Format::kFlac), u""), false};
+  const JobResult result = ConvertFile(job, cancel, [&](double) {
+    ++calls;
+    cancel = true;
+  });
+  EXPECT_GT(calls, 0);
+  EXPECT_EQ(result.outcome, Outcome::kCancelled);
+  EXPECT_TRUE(ListFolder(dir.Path()).empty());
+}
+
+// A disk that fills up mid-file, as far as a process can tell: a file-size limit.
+TESSAROVEN_TEST_CHILD(convert_with_size_limit) {
+  std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit{8192, 8192};
+  setrlimit(RLIMIT_FSIZE, &limit);
+  const std::u16string folder = tessaroven::Utf8ToUtf16(args.at(0));
+  const JobResult result = Convert(DataFile(u"tone.wav"), folder + u"tone.wav", Format::kWav, u"16bit");
+  return result.outcome == Outcome::kFailed && result.message.find(u"failed") != std::u16string::npos ? 0 : 1;
+}
+
+TEST(WriteFailureTest, AFullDiskFailsTheFileAndLeavesNothing) {
+  TempDir dir;
+  tessaroven::test::ChildProcess child("convert_with_size_limit", {tessaroven::Utf16ToUtf8(dir.Path())});
+  ASSERT_TRUE(child.Started());
+  EXPECT_EQ(child.Wait(), 0);
+  EXPECT_TRUE(ListFolder(dir.Path()).empty());
+}
+
+}  // namespace
+}  // namespace kovantrix

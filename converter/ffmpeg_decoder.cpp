@@ -44,6 +44,17 @@ void AddTags(const AVDictionary* dictionary, std::vector<std::pair<std::string, 
   }
 }
 
+bool DescribesAudioFully(const AVFormatContext& format) {
+  if (format.ctx_flags & AVFMTCTX_NOHEADER) return false;
+  for (unsigned i = 0; i < format.nb_streams; ++i) {
+    const AVCodecParameters& codec = *format.streams[i]->codecpar;
+    if (codec.codec_type == AVMEDIA_TYPE_AUDIO && codec.codec_id != AV_CODEC_ID_NONE && codec.sample_rate > 0 &&
+        codec.ch_layout.nb_channels > 0)
+      return true;
+  }
+  return false;
+}
+
 class FfmpegDecoder final : public AudioDecoder {
  public:
   const SourceInfo& Info() const override { return info_; }
@@ -57,7 +68,13 @@ class FfmpegDecoder final : public AudioDecoder {
       error = u"The file is empty.";
       return false;
     }
-    int code = avformat_open_input(&format, url.c_str(), nullptr, nullptr);
+    // WAV and the other PCM demuxers hand out 4 KB packets by default; larger ones
+    // cost fewer trips through the demuxer and the decoder for the same bytes.
+    // Demuxers without the option leave it unused.
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "max_size", "65536", 0);
+    int code = avformat_open_input(&format, url.c_str(), nullptr, &options);
+    av_dict_free(&options);
     if (code < 0) {
       // A header that ends early reads as an I/O error or the end of the file.
       error = code == AVERROR(ENOENT)                            ? u"The file does not exist (any more)."
@@ -67,11 +84,23 @@ class FfmpegDecoder final : public AudioDecoder {
       return false;
     }
     format_.reset(format);
-    code = avformat_find_stream_info(format, nullptr);
-    if (code < 0) {
-      error = u"This is not an audio file that can be read: " + FfmpegErrorText(code);
-      return false;
+    // Reading ahead to learn the streams costs more than encoding a short FLAC
+    // file; containers whose header already describes an audio stream fully
+    // (WAV, FLAC, MP3, Ogg, MP4, ...) do without it. Those that find their streams
+    // only in the data (MPEG-TS, ADTS AAC) still read ahead.
+    if (!DescribesAudioFully(*format)) {
+      code = avformat_find_stream_info(format, nullptr);
+      if (code < 0) {
+        error = u"This is not an audio file that can be read: " + FfmpegErrorText(code);
+        return false;
+      }
     }
+    // Some demuxers keep sniffing the packets of a stream whose codec might be
+    // something else (compressed audio inside WAV) until `probesize` bytes went
+    // by, re-probing every format at each doubling: for a 10 s WAV that is the
+    // whole file, and costs as much as encoding it to FLAC. A few packets tell
+    // as well; finding the streams above had the full amount.
+    format->probesize = 32768;
     const AVCodec* codec = nullptr;
     stream_ = av_find_best_stream(format, AVMEDIA_TYPE_AUDIO, -1, -1, &codec, 0);
     if (stream_ < 0 || codec == nullptr) {

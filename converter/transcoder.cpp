@@ -237,6 +237,10 @@ class Conversion {
     AVCodecContext& encoder = *encoder_;
     encoder.sample_fmt = format;
     encoder.sample_rate = ChooseRate(codec, source.sampleRate);
+    // FLAC's frame header stops at 655,350 Hz: DSD128 and above decode faster than
+    // that and are halved until they fit, which keeps the rate's family.
+    if (job_.format == Format::kFlac)
+      while (encoder.sample_rate > 655350) encoder.sample_rate /= 2;
     if (maxChannels != 0 && source.layout.nb_channels > maxChannels) {
       av_channel_layout_default(&encoder.ch_layout, 2);
     } else if (source.layout.order == AV_CHANNEL_ORDER_NATIVE || maxChannels == 0) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <cctype>
 #include <csignal>
 
 #include "base/text.h"
@@ -102,6 +103,8 @@ INSTANTIATE_TEST_SUITE_P(
                        AV_SAMPLE_FMT_S32, 24, true, kNoPicture},
         ConversionCase{"DsdToFlac", DataFile(u"tone.dsf"), Format::kFlac, u"fast", AV_CODEC_ID_FLAC, 352800, 2,
                        AV_SAMPLE_FMT_S32, 24, true, kNoPicture},
+        ConversionCase{"Dsd128IsHalvedToFitFlac", DataFile(u"tone.dff"), Format::kFlac, u"fast", AV_CODEC_ID_FLAC,
+                       352800, 2, AV_SAMPLE_FMT_S32, 24, false, kNoPicture},
         ConversionCase{"PictureFromFlacIntoMp3", CoverFile(u"cover.flac"), Format::kMp3, u"v2", AV_CODEC_ID_MP3, 44100,
                        2, kNone, 0, false, AV_CODEC_ID_PNG},
         ConversionCase{"PictureFromMp3IntoFlac", CoverFile(u"cover.mp3"), Format::kFlac, u"", AV_CODEC_ID_FLAC, 44100,
@@ -115,6 +118,35 @@ INSTANTIATE_TEST_SUITE_P(
         ConversionCase{"VideoContainerGivesItsAudioOnly", DataFile(u"tone.mkv"), Format::kOpus, u"", AV_CODEC_ID_OPUS,
                        48000, 2, kNone, 0, false, kNoPicture}),
     [](const auto& param) { return std::string(param.param.name); });
+
+// Every container and codec of the test files, through the decoder and into FLAC
+// at its own rate: the FLAC file holds exactly the samples the source decodes to.
+class EverySourceTest : public testing::TestWithParam<const char16_t*> {};
+
+TEST_P(EverySourceTest, ConvertsToFlacSampleForSample) {
+  TempDir dir;
+  const std::u16string source = DataFile(GetParam());
+  const JobResult result = Convert(source, dir / u"out.flac", Format::kFlac, u"fast");
+  ASSERT_EQ(result.outcome, Outcome::kDone) << tessaroven::Utf16ToUtf8(result.message);
+  const test::Decoded input = DecodeWhole(source);
+  const test::Decoded output = DecodeWhole(dir / u"out.flac");
+  EXPECT_GT(input.samples, 0);
+  EXPECT_EQ(output.samples, input.samples);
+  EXPECT_EQ(output.info.sampleRate, input.info.sampleRate);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, EverySourceTest,
+                         testing::Values(u"tone.mp3", u"tone.mp2", u"tone.ogg", u"tone.opus", u"tone.spx", u"tone.m4a",
+                                         u"tone-alac.m4a", u"tone.aiff", u"tone.wv", u"tone.tta", u"tone.wma",
+                                         u"tone-rf64.wav", u"tone-zero-size.wav", u"tone-multiplexed.ogg",
+                                         u"tone.ac3", u"tone.dts", u"tone.aac", u"tone.webm", u"tone.avi", u"tone.mov",
+                                         u"tone.mpg", u"tone.ts", u"tone.m2ts", u"tone.flv", u"tone.3gp",
+                                         u"tone-eac3.m4a", u"tone-opus.m4a"),
+                         [](const auto& param) {
+                           std::string name;
+                           for (const char c : tessaroven::Utf16ToUtf8(param.param)) name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+                           return name;
+                         });
 
 struct BadSource {
   const char* name;

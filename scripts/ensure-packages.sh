@@ -27,7 +27,7 @@ ensure_packages() {
 
 # What every build needs: compiler, CMake, Ninja, GoogleTest and Google Benchmark,
 # TagLib and FFmpeg for the plug-ins, Qt 6 for the window.
-BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev googletest libbenchmark-dev libtag1-dev libavformat-dev libavcodec-dev libavutil-dev qt6-base-dev libqt6svg6 help2man)
+BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev googletest libbenchmark-dev libtag1-dev libavformat-dev libavcodec-dev libavutil-dev libswresample-dev qt6-base-dev libqt6svg6 help2man)
 # The crash tests open the dumps they provoke in a debugger; the window tests run a
 # second time on a real X server; the install test validates the desktop's files.
 TEST_PACKAGES=(lldb xvfb xauth desktop-file-utils appstream)

@@ -86,6 +86,9 @@ TEST_F(ConverterWindowTest, ChoicesBeforeTheStartAreUsedAndRemembered) {
   EXPECT_EQ(window.ExitCode(), 1);
   EXPECT_TRUE(test::DecodeWhole(out / u"Album/one.mp3").opened);
 
+  // What the user sees at the end, for the README and for a look by eye.
+  window.grab().save(QString::fromUtf8(KOVANTRIX_SCREENSHOT_DIR "/converter-window.png"));
+
   const Choices remembered = LoadChoices(std::nullopt);
   EXPECT_EQ(remembered.format, Format::kMp3);
   EXPECT_EQ(remembered.preset, u"v5");

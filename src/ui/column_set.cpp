@@ -185,19 +185,7 @@ ColumnMenuContent BuildColumnMenuContent(const ColumnSet& current, const std::ve
   return content;
 }
 
-std::vector<std::u16string> ExtendedPropertyNames() {
-  std::vector<std::u16string> names;
-  clQzDecoder decoder;
-  for (const std::u16string& library : ListPluginLibraries(PluginFolder())) {
-    // LoadFor releases the previous library first, so only one is loaded at a time.
-    if (!decoder.LoadFor(library, kNotUsingExtension)) continue;
-    TsvCreateBlock block{};
-    if (!decoder.CreateInstance(block)) continue;
-    for (std::u16string& name : PropertyElementsOf(decoder)) names.push_back(std::move(name));
-  }
-  decoder.Unload();
-  return names;
-}
+std::vector<std::u16string> ExtendedPropertyNames() { return ExtendedPropertyColumns(); }
 
 ColumnChoiceOutcome ApplyColumnChoice(ColumnSet& columns, const ColumnMenuChoice& choice,
                                       const std::vector<std::u16string_view>& defaults, int dpiX) {

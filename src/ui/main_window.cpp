@@ -827,6 +827,17 @@ void frmMain::ShowProgress(const CollectProgress& progress, XEvent& cancel, cons
   RunProcessingDialog(this, progress, cancel, finished);
 }
 
+void frmMain::ReportPathsTooLong(const std::vector<std::u16string>& paths) {
+  if (paths.empty()) return;
+  // Never lost without a word: name what was left out (the first few of a long list).
+  constexpr std::size_t kNamed = 12;
+  std::u16string text = u"These files and folders were left out: their paths are longer than the system can open.\n";
+  for (std::size_t i = 0; i < paths.size() && i < kNamed; ++i) text += u"\n" + paths[i];
+  if (paths.size() > kNamed)
+    text += u"\n... and " + FormatInteger(static_cast<std::int64_t>(paths.size() - kNamed)) + u" more";
+  ShowPrompt(text, kMessageTitle, kPromptOk | kPromptIconWarning);
+}
+
 void frmMain::StopMetadataReader() {
   reader_.Stop();
   UpdateReadingIndicator();

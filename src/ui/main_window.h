@@ -128,6 +128,7 @@ class frmMain : public QWidget, private SelectionView, private ConversionHost, p
   // ConversionHost
   void SetBusy(bool busy) override;
   void ShowProgress(const CollectProgress& progress, XEvent& cancel, const XEvent& finished) override;
+  void ReportPathsTooLong(const std::vector<std::u16string>& paths) override;
   void StopMetadataReader() override;
   const SelectionLists& Lists() const override { return selection_.Lists(); }
   FilterState& Filters() override { return filters_; }

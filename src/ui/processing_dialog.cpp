@@ -29,11 +29,6 @@ void RunProcessingDialog(QWidget* owner, const CollectProgress& progress, XEvent
   layout->addWidget(cancelButton, 0, Qt::AlignRight);
 
   std::uint64_t shown = progress.Generation();
-  QObject::connect(cancelButton, &QPushButton::clicked, &dialog, [&] {
-    cancel.Set();
-    cancelButton->setEnabled(false);
-    text->setText(QStringLiteral("Cancelling..."));
-  });
   QTimer poll;
   QObject::connect(&poll, &QTimer::timeout, &dialog, [&] {
     if (finished.IsSet()) {
@@ -46,12 +41,12 @@ void RunProcessingDialog(QWidget* owner, const CollectProgress& progress, XEvent
     }
   });
   poll.start(static_cast<int>(kCollectPollStep.count()));
-  // Closing the window is the same as Cancel: the walk still has to end first.
+  // Closing the window is the same as Cancel. Either way the dialog goes at once: the
+  // collector waits for the walk itself and leaves one that hangs (a network share
+  // that stopped answering) behind after its stop time-out.
   QObject::connect(&dialog, &QDialog::rejected, &dialog, [&] { cancel.Set(); });
-  while (!finished.IsSet()) {
-    dialog.exec();
-    if (!finished.IsSet()) finished.Wait(std::chrono::milliseconds(-1));
-  }
+  QObject::connect(cancelButton, &QPushButton::clicked, &dialog, &QDialog::reject);
+  if (!finished.IsSet()) dialog.exec();
 }
 
 }  // namespace tessaroven

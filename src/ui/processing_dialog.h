@@ -12,8 +12,8 @@ class QWidget;
 
 namespace tessaroven {
 
-// Runs the dialog over `owner` until `finished` is set; Cancel sets `cancel` and
-// waits on for the worker to notice it.
+// Runs the dialog over `owner` until `finished` is set, or until Cancel (or closing
+// the dialog) has set `cancel`.
 void RunProcessingDialog(QWidget* owner, const CollectProgress& progress, XEvent& cancel, const XEvent& finished);
 
 }  // namespace tessaroven

@@ -15,7 +15,8 @@ namespace tessaroven {
 namespace {
 
 // A walk that reports every few milliseconds until it is cancelled, as the
-// collector's worker does; the dialog must show its text and stop it with Cancel.
+// collector's worker does; the dialog must show its text, and Cancel must stop the
+// walk and close the dialog without waiting for it.
 TEST(ProcessingDialogTest, ShowsTheProgressAndCancelStopsTheWalk) {
   test::UseOffscreenQt();
   CollectProgress progress;
@@ -39,8 +40,8 @@ TEST(ProcessingDialogTest, ShowsTheProgressAndCancelStopsTheWalk) {
       if (button->text() == QStringLiteral("Cancel")) button->click();
   });
   RunProcessingDialog(nullptr, progress, cancel, finished);
-  walk.join();
   EXPECT_TRUE(cancel.IsSet());
+  walk.join();
   EXPECT_TRUE(finished.IsSet());
   EXPECT_EQ(seen, QStringLiteral("100 Files Added"));
 }

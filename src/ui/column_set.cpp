@@ -10,7 +10,6 @@
 #include "base/text.h"
 #include "decode/decoder.h"
 #include "decode/file_info.h"
-#include "decode/plugin_folder.h"
 #include "selection/file_columns.h"
 
 namespace tessaroven {

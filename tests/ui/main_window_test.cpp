@@ -422,6 +422,14 @@ TEST_F(MainWindowTest, ConvertWithNothingTickedSaysSo) {
   EXPECT_EQ(prompts.Shown()[0].caption, u"Tessaroven Batch Converter");
 }
 
+TEST_F(MainWindowTest, AnOemFileBesideTheProgramExtendsTheTitle) {
+  const std::u16string oem = ExecutableFolder() + u"OEM.txt";
+  ASSERT_TRUE(test::WriteBytes(oem, "Studio Edition\n"));
+  auto window = Open(selector_);
+  fs::remove(QString::fromStdU16String(oem).toStdString());
+  EXPECT_EQ(window->windowTitle(), QStringLiteral("Tessaroven Batch Converter: Studio Edition"));
+}
+
 TEST_F(MainWindowTest, TheHeaderMenuAddsRemovesAndRestoresColumns) {
   SettingsSetString(u"Name\rNo Such Column", kMainColumnsValue);
   SettingsSetString(u"200\r90", kMainColumnWidthsValue);

@@ -46,8 +46,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& p) { return std::string(p.param.name); });
 
 TEST(DateFilterText, WritesModeCommaDaysAndReadsItBack) {
-  for (const auto& [mode, days, text] : {std::tuple{1, 30, u"1,30"}, std::tuple{0, 0, u"0,0"},
-                                         std::tuple{3, 365, u"3,365"}, std::tuple{2, -4, u"2,-4"}}) {
+  for (const auto& [mode, days, text] : {std::tuple{1, 30, u"1,30"}, std::tuple{2, -4, u"2,-4"}}) {
     SCOPED_TRACE(mode);
     DateFilter filter;
     filter.Set(mode, days);

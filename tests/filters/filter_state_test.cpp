@@ -31,11 +31,6 @@ TEST(FilterStateTest, DefaultStateReadsTheFieldFile) {
   EXPECT_FALSE(state.AnyFilterActive());
 }
 
-TEST(FilterStateTest, SlotProfileKeysCarryTheSlotNumber) {
-  EXPECT_EQ(SlotProfileKey(0), u"Filter0");
-  EXPECT_EQ(SlotExcludeAllProfileKey(7), u"Filter7-ExcludeAll");
-}
-
 struct ActiveCase {
   const char* name;
   std::u16string excludedExt;

@@ -225,6 +225,31 @@ TEST(KovantrixTest, CtrlCStopsCleanlyAndLeavesOnlyWholeFiles) {
   EXPECT_LT(whole, files.size());
 }
 
+TEST(KovantrixTest, TwoConvertersOnOneListWriteEachTargetOnce) {
+  TempDir in;
+  TempDir out;
+  std::vector<std::u16string> files;
+  for (int i = 0; i < 8; ++i)
+    files.push_back(Put(in, DataFile(u"tone-float.wav"), tessaroven::AsciiToUtf16("D" + std::to_string(i)), u"f.wav"));
+  const std::u16string listFile = in / u"l.tmp";
+  test::WriteList(listFile, files);
+  const std::vector<std::string> args{Arg(u"-list_to_conv", listFile), "--no-window", "--jobs=1",
+                                      Arg(u"--output", out.Path())};
+  Process first(KOVANTRIX_PATH, args);
+  Process second(KOVANTRIX_PATH, args);
+  first.Wait();
+  second.Wait();
+  const std::string both = "\n" + first.Err() + second.Err();
+  // Each file is converted by one of them; the other reports it and replaces nothing.
+  EXPECT_EQ(Count(both, "\nConverted  "), files.size()) << both;
+  EXPECT_EQ(Count(both, "\nSkipped    "), files.size()) << both;
+  for (int i = 0; i < 8; ++i) {
+    const std::u16string folder = out / tessaroven::AsciiToUtf16("D" + std::to_string(i) + "/");
+    EXPECT_EQ(ListFolder(folder), std::vector<std::u16string>{u"f.flac"});
+    EXPECT_EQ(DecodeWhole(folder + u"f.flac").samples, 19200);
+  }
+}
+
 // The whole chain: the selector's command line collects the sample library and
 // hands it to the real converter beside it, which converts into the music folder.
 TEST(KovantrixTest, TheSelectorsConvertEndsInTheMusicFolder) {

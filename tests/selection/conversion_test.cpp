@@ -10,6 +10,7 @@
 #include "base/text.h"
 #include "conversion_test_support.h"
 #include "decode/plugin_folder.h"
+#include "support/fake_converter_record.h"
 #include "support/native_path.h"
 #include "support/scripted_prompts.h"
 #include "support/test_env.h"
@@ -23,42 +24,16 @@ using test::RecordingHost;
 // ---------------------------------------------------------------------------------
 // The command line, as text and as the converter gets it
 
-struct SplitCase {
-  const char* name;
-  std::u16string text;
-  std::vector<std::u16string> arguments;
-};
-
-class SplitWindowsCommandLineTable : public testing::TestWithParam<SplitCase> {};
+class SplitWindowsCommandLineTable : public testing::TestWithParam<test::SplitCase> {};
 
 TEST_P(SplitWindowsCommandLineTable, SplitsAsTheWindowsRulesDo) {
   EXPECT_EQ(SplitWindowsCommandLine(GetParam().text), GetParam().arguments);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Conversion, SplitWindowsCommandLineTable,
-    testing::Values(SplitCase{"SpacesAndTabsSeparate", u"  a\tb   c ", {u"a", u"b", u"c"}}, SplitCase{"Empty", u"", {}},
-                    SplitCase{"QuotesGroupAndAreDropped", u"-x=\"a b\"c d", {u"-x=a bc", u"d"}},
-                    SplitCase{"EmptyQuotesAreAnEmptyArgument", u"a \"\" b", {u"a", u"", u"b"}},
-                    SplitCase{"BackslashesWithoutQuoteAreLiteral", u"C:\\a\\\\b\\", {u"C:\\a\\\\b\\"}},
-                    SplitCase{"EvenBackslashesBeforeQuoteHalveAndGroup", u"\"a\\\\\" b", {u"a\\", u"b"}},
-                    SplitCase{"OddBackslashesBeforeQuoteGiveAQuote", u"a\\\"b \"c\\\\\\\"d\"", {u"a\"b", u"c\\\"d"}},
-                    SplitCase{"EscapedQuoteStaysInsideTheGroup", u"\"a\\\" b\" c", {u"a\" b", u"c"}},
-                    SplitCase{"DoubledQuoteInsideAGroupIsAQuoteAndEndsIt", u"\"a\"\"b c\"", {u"a\"b", u"c"}},
-                    SplitCase{"TripleQuoteOutsideAGroupIsAQuote", u"\"\"\"a b", {u"\"a", u"b"}},
-                    SplitCase{"UnclosedGroupRunsToTheEnd", u"\"a b", {u"a b"}},
-                    // A quote inside a quoted path ends the group: the path falls apart. This is
-                    // why the values are escaped.
-                    SplitCase{"QuoteInsideAPathSplitsIt", u"-l=\"/t/a\" b.tmp\" -s", {u"-l=/t/a", u"b.tmp -s"}},
-                    SplitCase{"NewlinesAreOrdinary", u"a\nb \"c\nd\"", {u"a\nb", u"c\nd"}}),
-    [](const auto& p) { return std::string(p.param.name); });
+INSTANTIATE_TEST_SUITE_P(Conversion, SplitWindowsCommandLineTable, testing::ValuesIn(test::kSplitCases),
+                         [](const auto& p) { return std::string(p.param.name); });
 
-struct RoundTripCase {
-  const char* name;
-  std::u16string value;
-};
-
-class QuotedValueRoundTrip : public testing::TestWithParam<RoundTripCase> {};
+class QuotedValueRoundTrip : public testing::TestWithParam<test::QuotedValueCase> {};
 
 TEST_P(QuotedValueRoundTrip, EveryValueReachesTheConverterUnchanged) {
   const std::u16string& value = GetParam().value;
@@ -67,18 +42,8 @@ TEST_P(QuotedValueRoundTrip, EveryValueReachesTheConverterUnchanged) {
                                                     u"-centeronwnd=7", u"-additionalprofile=" + value}));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Conversion, QuotedValueRoundTrip,
-    testing::Values(RoundTripCase{"Plain", u"/tmp/TMP0A1B2C3D.tmp"},
-                    RoundTripCase{"WindowsPath", u"C:\\Users\\Anna Berg\\AppData\\Local\\Temp\\TMP1A2.tmp"},
-                    RoundTripCase{"Spaces", u"  a  b  "}, RoundTripCase{"Tab", u"a\tb"},
-                    RoundTripCase{"Quote", u"/tmp/say \"hi\" there"}, RoundTripCase{"OnlyQuotes", u"\"\"\""},
-                    RoundTripCase{"QuoteAtTheEnd", u"a\""}, RoundTripCase{"BackslashBeforeQuote", u"a\\\"b\\\\\"c"},
-                    RoundTripCase{"TrailingBackslash", u"C:\\Temp\\"}, RoundTripCase{"TrailingBackslashes", u"a\\\\\\"},
-                    RoundTripCase{"Newline", u"a\nb\r\n"}, RoundTripCase{"NonAscii", u"/m\u00fcsik/\u266b/\U0001F3B5"},
-                    // A byte that is not UTF-8 in a Linux name (lone surrogate).
-                    RoundTripCase{"LoneSurrogate", u"/tmp/\xDCFF\xDC80x"}, RoundTripCase{"Empty", u""}),
-    [](const auto& p) { return std::string(p.param.name); });
+INSTANTIATE_TEST_SUITE_P(Conversion, QuotedValueRoundTrip, testing::ValuesIn(test::kQuotedValues),
+                         [](const auto& p) { return std::string(p.param.name); });
 
 struct ArgumentsCase {
   const char* name;
@@ -97,20 +62,16 @@ TEST_P(ConverterArgumentsTable, NamesTheProfileUnlessNoneIsSelected) {
 INSTANTIATE_TEST_SUITE_P(
     Conversion, ConverterArgumentsTable,
     testing::Values(
-        ArgumentsCase{"NoneSelected", 1234, u"(none selected)",
-                      u"-list_to_conv=\"C:\\T\\TMP1.tmp\" -signal_event_got_files=\"fsqrv-99\" -centeronwnd=1234"},
-        ArgumentsCase{"Profile", 1, u"Loud & Clear",
-                      u"-list_to_conv=\"C:\\T\\TMP1.tmp\" -signal_event_got_files=\"fsqrv-99\" -centeronwnd=1 "
-                      u"-additionalprofile=\"Loud & Clear\""},
+        // The window handle is any 64-bit value, the lowest included.
+        ArgumentsCase{"NoneSelected", -9223372036854775807LL - 1, u"(none selected)",
+                      u"-list_to_conv=\"C:\\T\\TMP1.tmp\" -signal_event_got_files=\"fsqrv-99\" "
+                      u"-centeronwnd=-9223372036854775808"},
         ArgumentsCase{"EmptyProfileIsStillAProfile", 1, u"",
                       u"-list_to_conv=\"C:\\T\\TMP1.tmp\" -signal_event_got_files=\"fsqrv-99\" -centeronwnd=1 "
                       u"-additionalprofile=\"\""},
         ArgumentsCase{"NoneSelectedComparesCase", 1, u"(None selected)",
                       u"-list_to_conv=\"C:\\T\\TMP1.tmp\" -signal_event_got_files=\"fsqrv-99\" -centeronwnd=1 "
-                      u"-additionalprofile=\"(None selected)\""},
-        ArgumentsCase{"NegativeWindow", -9223372036854775807LL - 1, u"(none selected)",
-                      u"-list_to_conv=\"C:\\T\\TMP1.tmp\" -signal_event_got_files=\"fsqrv-99\" "
-                      u"-centeronwnd=-9223372036854775808"}),
+                      u"-additionalprofile=\"(None selected)\""}),
     [](const auto& p) { return std::string(p.param.name); });
 
 TEST(Conversion, SignalEventNameIsTheTickCountAsSigned32BitDecimal) {
@@ -125,25 +86,13 @@ TEST(Conversion, SignalEventNameIsTheTickCountAsSigned32BitDecimal) {
 // ---------------------------------------------------------------------------------
 // The list file
 
-std::string ListBytes(const std::vector<std::u16string>& paths) {
-  std::string bytes;
-  for (const auto& path : paths) {
-    for (char16_t unit : path) {
-      bytes += static_cast<char>(unit & 0xFF);
-      bytes += static_cast<char>(unit >> 8);
-    }
-    bytes += std::string("\r\0\n\0", 4);
-  }
-  return bytes;
-}
-
 TEST(Conversion, ListFileIsUtf16LeWithCrLfAfterEveryPathAndNothingElse) {
   test::TempDir dir;
   const std::vector<std::u16string> paths = {u"/m/a.flac", u"C:\\Caf\u00e9\\\U0001F3B5.mp3", u"/m/\xDCFF.ogg",
                                              u"/m/a.flac"};
   ASSERT_TRUE(WriteListFile(dir / u"list.tmp", paths));
   const std::string bytes = test::ReadBytes(dir / u"list.tmp");
-  EXPECT_EQ(bytes, ListBytes(paths));
+  EXPECT_EQ(bytes, test::ListFileBytes(paths));
   EXPECT_EQ(bytes.substr(0, 4), std::string("/\0m\0", 4)) << "no byte-order mark";
   EXPECT_EQ(bytes.substr(bytes.size() - 4), std::string("\r\0\n\0", 4)) << "the last path ends in CR LF too";
 
@@ -204,20 +153,7 @@ class ConvertTest : public testing::Test {
 
   // The arguments the fake converter got, its program first.
   std::vector<std::u16string> RecordedArguments() const {
-    const std::string bytes = test::ReadBytes(record_ / u"args");
-    std::vector<std::u16string> arguments;
-    std::u16string current;
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-      const auto unit =
-          static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) | (static_cast<unsigned char>(bytes[i + 1]) << 8));
-      if (unit == 0) {
-        arguments.push_back(std::move(current));
-        current.clear();
-      } else {
-        current += unit;
-      }
-    }
-    return arguments;
+    return test::RecordedWords(test::ReadBytes(record_ / u"args"));
   }
   bool ConverterRan() const { return test::FileExists(record_ / u"args"); }
 
@@ -280,8 +216,8 @@ TEST_F(ConvertTest, HandsTheGatheredListToTheConverterBesideTheExecutable) {
 
   ASSERT_EQ(ConverterPath(), ExecutableFolder() + std::u16string(kConverterFileName));
   ConvertAndCheckTheContract(ConverterPath());
-  EXPECT_EQ(test::ReadBytes(record_ / u"list"),
-            ListBytes({At(u"m/sub/x.flac"), At(u"n/Caf\u00e9 \u266b.ogg"), At(u"s/d.wav"), At(u"m/sub/x.flac")}))
+  EXPECT_EQ(test::ReadBytes(record_ / u"list"), test::ListFileBytes({At(u"m/sub/x.flac"), At(u"n/Caf\u00e9 \u266b.ogg"),
+                                                                     At(u"s/d.wav"), At(u"m/sub/x.flac")}))
       << "folders with sub-folders, folders without, single files; duplicates kept";
   EXPECT_EQ(host_.log, kLogOfAHiddenRun);
   EXPECT_EQ(host_.lists.lstSingleFiles.size(), 2u) << "the selection stays as it was";
@@ -296,7 +232,7 @@ TEST_F(ConvertTest, ConverterAndListFileInFoldersWithSpacesArePassedWhole) {
   SetConverterPathOverride(converter);
 
   ConvertAndCheckTheContract(converter);
-  EXPECT_EQ(test::ReadBytes(record_ / u"list"), ListBytes({At(u"a.mp3")}));
+  EXPECT_EQ(test::ReadBytes(record_ / u"list"), test::ListFileBytes({At(u"a.mp3")}));
   EXPECT_EQ(host_.log, kLogOfAHiddenRun);
 }
 

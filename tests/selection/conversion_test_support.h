@@ -12,6 +12,50 @@
 
 namespace tessaroven::test {
 
+// Command lines and how the Windows rules split them. On Windows the same table is
+// also checked against the system's own parser.
+struct SplitCase {
+  const char* name;
+  std::u16string text;
+  std::vector<std::u16string> arguments;
+};
+
+inline const std::vector<SplitCase> kSplitCases = {
+    {"SpacesAndTabsSeparate", u"  a\tb   c ", {u"a", u"b", u"c"}},
+    {"Empty", u"", {}},
+    {"QuotesGroupAndAreDropped", u"-x=\"a b\"c d", {u"-x=a bc", u"d"}},
+    {"EmptyQuotesAreAnEmptyArgument", u"a \"\" b", {u"a", u"", u"b"}},
+    {"BackslashesWithoutQuoteAreLiteral", u"C:\\a\\\\b\\", {u"C:\\a\\\\b\\"}},
+    {"EvenBackslashesBeforeQuoteHalveAndGroup", u"\"a\\\\\" b", {u"a\\", u"b"}},
+    {"OddBackslashesBeforeQuoteGiveAQuote", u"a\\\"b \"c\\\\\\\"d\"", {u"a\"b", u"c\\\"d"}},
+    {"EscapedQuoteStaysInsideTheGroup", u"\"a\\\" b\" c", {u"a\" b", u"c"}},
+    {"DoubledQuoteInsideAGroupIsAQuoteAndEndsIt", u"\"a\"\"b c\"", {u"a\"b", u"c"}},
+    {"TripleQuoteOutsideAGroupIsAQuote", u"\"\"\"a b", {u"\"a", u"b"}},
+    {"UnclosedGroupRunsToTheEnd", u"\"a b", {u"a b"}},
+    {"QuadrupledQuotesInsideAGroup", u"\"a\"\"\"\"b\"", {u"a\"b"}},
+    {"TripleQuoteInsideAnArgument", u"a\"\"\"b\"\" c", {u"a\"b", u"c"}},
+    {"FourBackslashesBeforeQuote", u"x \\\\\\\\\"y z\"", {u"x", u"\\\\y z"}},
+    // A quote inside a quoted path ends the group: the path falls apart. This is why
+    // the values are escaped.
+    {"QuoteInsideAPathSplitsIt", u"-l=\"/t/a\" b.tmp\" -s", {u"-l=/t/a", u"b.tmp -s"}},
+    {"NewlinesAreOrdinary", u"a\nb \"c\nd\"", {u"a\nb", u"c\nd"}},
+};
+
+// Values that must come back whole through the escaping and the split: the escaping
+// only treats quotes and the backslashes before them or at the end differently.
+struct QuotedValueCase {
+  const char* name;
+  std::u16string value;
+};
+
+inline const std::vector<QuotedValueCase> kQuotedValues = {
+    {"Empty", u""},
+    {"SpacesAndTab", u" a\tb "},
+    {"Quotes", u"\"say \"hi\"\""},
+    {"BackslashesBeforeQuotes", u"a\\\"b\\\\\"c\\\""},
+    {"BackslashesInsideAndAtTheEnd", u"C:\\Te mp\\\\\\"},
+};
+
 // Sets variables for the lifetime of the object and restores the old values after.
 class ScopedEnvironment {
  public:

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "base/text.h"
+#include "conversion_test_support.h"
 #include "selection/conversion.h"
 
 namespace tessaroven {
@@ -22,33 +23,16 @@ std::vector<std::u16string> SystemSplit(const std::u16string& arguments) {
   return result;
 }
 
-TEST(ConversionWin, SplittingAgreesWithCommandLineToArgvW) {
-  const std::u16string texts[] = {
-      u"a b\tc",
-      u"-x=\"a b\"c d",
-      u"a \"\" b",
-      u"C:\\a\\\\b\\",
-      u"\"a\\\\\" b",
-      u"a\\\"b \"c\\\\\\\"d\"",
-      u"\"a\\\" b\" c",
-      u"\"a\"\"b c\"",
-      u"\"\"\"a b",
-      u"\"a b",
-      u"\"a\"\"\"\"b\"",
-      u"a\"\"\"b\"\" c",
-      u"x \\\\\\\\\"y z\"",
-  };
-  for (const auto& text : texts) EXPECT_EQ(SplitWindowsCommandLine(text), SystemSplit(text)) << Utf16ToUtf8(text);
+TEST(ConversionWin, TheSplitTableAgreesWithCommandLineToArgvW) {
+  for (const auto& c : test::kSplitCases) EXPECT_EQ(SystemSplit(c.text), c.arguments) << c.name;
 }
 
 TEST(ConversionWin, EscapedValuesComeBackWhole) {
-  const std::u16string values[] = {
-      u"C:\\Users\\A B\\Temp\\TMP1.tmp", u"a\"b", u"\"", u"a\\\"", u"C:\\Temp\\", u"x\\\\", u""};
-  for (const auto& value : values) {
+  for (const auto& [name, value] : test::kQuotedValues) {
     EXPECT_EQ(SystemSplit(BuildConverterArguments(value, u"fsqrv-1", 5, value)),
               (std::vector<std::u16string>{u"-list_to_conv=" + value, u"-signal_event_got_files=fsqrv-1",
                                            u"-centeronwnd=5", u"-additionalprofile=" + value}))
-        << Utf16ToUtf8(value);
+        << name;
   }
 }
 

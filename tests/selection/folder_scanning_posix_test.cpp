@@ -9,23 +9,12 @@
 
 #include "base/path.h"
 #include "base/text.h"
+#include "null_view.h"
 #include "selection/folder_scanning.h"
 #include "support/test_env.h"
 
 namespace tessaroven {
 namespace {
-
-class NoView : public SelectionView {
- public:
-  NodeId CurrentNode() const override { return kNoNode; }
-  std::size_t FileRowCount() const override { return 0; }
-  std::u16string_view FileRowPath(std::size_t) const override { return {}; }
-  int FileRowImage(std::size_t) const override { return kFileImageUnticked; }
-  void SetFileRowImage(std::size_t, int) override {}
-  void UpdateStatusLine() override {}
-  void RefillFileList() override {}
-  void ClearFilters() override {}
-};
 
 class PosixScanTest : public ::testing::Test {
  protected:
@@ -41,13 +30,20 @@ class PosixScanTest : public ::testing::Test {
     ASSERT_EQ(symlink(std::string(target).c_str(), Os(relative).c_str()), 0);
   }
 
-  std::vector<std::string> Collect(std::string_view folder) {
-    SelectionLists lists;
-    lists.lstFoldersAndSub = {FromOsString(Os(folder))};
+  // What a walk of `lists` collects, in its own order; `tooLong` gets the paths it names.
+  std::vector<std::string> Collect(const SelectionLists& lists, std::vector<std::u16string>* tooLong = nullptr) {
     AudioFileTest audio(filters_.Types());
     CollectContext context{lists, filters_, audio, decoder_, false, u"", cancel_, progress_};
     std::vector<std::string> result;
     for (const std::u16string& path : CollectFiles(context)) result.push_back(ToOsString(path));
+    if (tooLong) *tooLong = context.tooLong;
+    return result;
+  }
+  // The files below `folder` ticked with its sub-folders, sorted.
+  std::vector<std::string> Collect(std::string_view folder) {
+    SelectionLists lists;
+    lists.lstFoldersAndSub = {FromOsString(Os(folder))};
+    std::vector<std::string> result = Collect(lists);
     std::sort(result.begin(), result.end());
     return result;
   }
@@ -103,12 +99,8 @@ TEST_F(PosixScanTest, AFolderExcludedByPathStaysOutWhenReachedThroughALink) {
   lists.lstFoldersAndSub = {FromOsString(Os("x/"))};
   lists.lstFoldersExclude = {FromOsString(Os("x/live/"))};
   lists.lstFoldersNoSub = {FromOsString(Os("x/flat/"))};
-  AudioFileTest audio(filters_.Types());
-  CollectContext context{lists, filters_, audio, decoder_, false, u"", cancel_, progress_};
-  std::vector<std::string> files;
-  for (const std::u16string& path : CollectFiles(context)) files.push_back(ToOsString(path));
   // The flat folder comes once, on its own, without its sub-folder.
-  EXPECT_EQ(files, (std::vector<std::string>{Os("x/4.mp3"), Os("x/flat/2.mp3")}));
+  EXPECT_EQ(Collect(lists), (std::vector<std::string>{Os("x/4.mp3"), Os("x/flat/2.mp3")}));
 }
 
 // Only regular files reach the converter: a dangling link or a named pipe with an
@@ -136,7 +128,7 @@ TEST_F(PosixScanTest, LinksToFilesCountAsTheFilesAndEverythingButRegularFilesIsL
 TEST_F(PosixScanTest, SiblingsDifferingOnlyInCaseExpandInAFixedOrder) {
   Folder("c/");
   for (const char* name : {"c/rock/", "c/Rock/", "c/ROCK/", "c/pop/", "c/rOCK/"}) Folder(name);
-  NoView view;
+  test::NullView view;
   SelectionModel model(view);
   const NodeId node = model.Tree().AddNode(kNoNode, FromOsString(Os("c/")));
   ASSERT_EQ(ExpandFolderNode(model, node), 5u);
@@ -170,14 +162,12 @@ TEST_F(PosixScanTest, PathsTooLongForTheSystemAreReported) {
 
   SelectionLists lists;
   lists.lstFoldersAndSub = {FromOsString(Os("deep/"))};
-  AudioFileTest audio(filters_.Types());
-  CollectContext context{lists, filters_, audio, decoder_, false, u"", cancel_, progress_};
-  const std::vector<std::u16string> files = CollectFiles(context);
-  EXPECT_EQ(files, std::vector<std::u16string>{FromOsString(Os("deep/short.mp3"))});
-  ASSERT_EQ(context.tooLong.size(), 1u);
-  EXPECT_TRUE(PathTooLongForSystem(context.tooLong[0]));
-  EXPECT_FALSE(PathTooLongForSystem(FolderOf(context.tooLong[0].substr(0, context.tooLong[0].size() - 1))));
-  EXPECT_TRUE(Os(relative).starts_with(ToOsString(context.tooLong[0])));
+  std::vector<std::u16string> tooLong;
+  EXPECT_EQ(Collect(lists, &tooLong), std::vector<std::string>{Os("deep/short.mp3")});
+  ASSERT_EQ(tooLong.size(), 1u);
+  EXPECT_TRUE(PathTooLongForSystem(tooLong[0]));
+  EXPECT_FALSE(PathTooLongForSystem(FolderOf(tooLong[0].substr(0, tooLong[0].size() - 1))));
+  EXPECT_TRUE(Os(relative).starts_with(ToOsString(tooLong[0])));
 }
 
 TEST_F(PosixScanTest, NamesKeepTheirExactBytes) {

@@ -6,6 +6,7 @@
 #include <atomic>
 
 #include "base/platform.h"
+#include "null_view.h"
 #include "support/native_path.h"
 #include "support/test_env.h"
 
@@ -13,19 +14,6 @@ namespace tessaroven {
 namespace {
 
 using test::Native;
-
-// A small window for the model: no rows, no current node.
-class NoView : public SelectionView {
- public:
-  NodeId CurrentNode() const override { return kNoNode; }
-  std::size_t FileRowCount() const override { return 0; }
-  std::u16string_view FileRowPath(std::size_t) const override { return {}; }
-  int FileRowImage(std::size_t) const override { return kFileImageUnticked; }
-  void SetFileRowImage(std::size_t, int) override {}
-  void UpdateStatusLine() override {}
-  void RefillFileList() override {}
-  void ClearFilters() override {}
-};
 
 // A folder tree on disk below a fresh temporary folder; every path in a table is
 // relative to it and written with "/".
@@ -103,7 +91,7 @@ TEST(AudioFileTestCache, ClearingTheCacheTakesAChangedExclusionIntoAccount) {
 
 TEST_F(ScanTest, ExpandingListsVisibleSubFoldersSortedWithTheFold) {
   Make({u"m/b/", u"m/A/", u"m/c/", u"m/.hidden/", u"m/$RECYCLE.BIN/", u"m/@eaDir/", u"m/#Recycle/", u"m/file.mp3"});
-  NoView view;
+  test::NullView view;
   SelectionModel model(view);
   const NodeId node = model.Tree().AddNode(kNoNode, At(u"m/"));
   EXPECT_EQ(ExpandFolderNode(model, node), 3u);
@@ -116,7 +104,7 @@ TEST_F(ScanTest, ExpandingListsVisibleSubFoldersSortedWithTheFold) {
 
 TEST_F(ScanTest, AFolderWithNothingToShowLosesItsExpandButton) {
   Make({u"only-hidden/.git/", u"only-bin/$RECYCLE.BIN/", u"only-files/a.mp3", u"empty/"});
-  NoView view;
+  test::NullView view;
   SelectionModel model(view);
   for (const char16_t* folder : {u"only-hidden/", u"only-bin/", u"only-files/", u"empty/", u"missing/"}) {
     const NodeId node = model.Tree().AddNode(kNoNode, At(folder));
@@ -127,7 +115,7 @@ TEST_F(ScanTest, AFolderWithNothingToShowLosesItsExpandButton) {
 
 TEST_F(ScanTest, ChildrenOfAFolderChosenWithSubFoldersShowAsChosenUnlessExcluded) {
   Make({u"m/in/", u"m/out/"});
-  NoView view;
+  test::NullView view;
   SelectionModel model(view);
   const NodeId node = model.Tree().AddNode(kNoNode, At(u"m/"));
   model.Lists().lstFoldersAndSub.push_back(At(u"m/"));
@@ -142,7 +130,7 @@ TEST_F(ScanTest, ChildrenOfAFolderChosenWithSubFoldersShowAsChosenUnlessExcluded
 }
 
 TEST_F(ScanTest, TheNetworkEntryIsNotReadFromDisk) {
-  NoView view;
+  test::NullView view;
   SelectionModel model(view);
   const NodeId node = model.Tree().AddNode(kNoNode, std::u16string(kNetworkEntry));
   EXPECT_EQ(ExpandFolderNode(model, node), 0u);
@@ -238,48 +226,6 @@ TEST_F(ScanTest, ACancelledCollectionStopsAtOnce) {
   lists.lstSingleFiles = {At(u"c/1.mp3")};
   cancel_.Set();
   EXPECT_TRUE(Collect(lists).empty());
-}
-
-// The window's side of a collection, recording what it was asked to do.
-class RecordingUi : public CollectUi {
- public:
-  void SetBusy(bool busy) override { busyCalls.push_back(busy); }
-  void ShowProgress(const CollectProgress& progress, XEvent& cancel, const XEvent& finished) override {
-    shownText = progress.Text();
-    ++dialogs;
-    if (cancelAtOnce) cancel.Set();
-    finished.Wait(std::chrono::milliseconds(-1));
-  }
-  std::vector<bool> busyCalls;
-  std::u16string shownText;
-  int dialogs = 0;
-  bool cancelAtOnce = false;
-};
-
-TEST_F(ScanTest, AQuickCollectionShowsNoProgressDialog) {
-  Make({u"q/a.mp3", u"q/b.ogg"});
-  SelectionLists lists;
-  lists.lstFoldersAndSub = {At(u"q/")};
-  RecordingUi ui;
-  const auto files = CollectSelectedFiles(lists, filters_, decoder_, false, u"", ui);
-  EXPECT_EQ(files.size(), 2u);
-  EXPECT_EQ(ui.dialogs, 0);
-  EXPECT_EQ(ui.busyCalls, (std::vector<bool>{true, false}));
-}
-
-TEST_F(ScanTest, ACollectionOutlastingTheGraceShowsProgressAndCanBeCancelled) {
-  constexpr int kFiles = 3000;
-  Make({u"big/"});
-  for (int i = 0; i < kFiles; ++i) Make({u"big/" + Utf8ToUtf16(std::to_string(i)) + u".mp3"});
-  SelectionLists lists;
-  lists.lstFoldersAndSub = {At(u"big/")};
-  lists.lstSingleFiles = {At(u"big/0.mp3")};
-  RecordingUi ui;
-  ui.cancelAtOnce = true;
-  const auto files = CollectSelectedFiles(lists, filters_, decoder_, false, u"", ui, std::chrono::milliseconds(0));
-  EXPECT_EQ(ui.dialogs, 1);
-  EXPECT_TRUE(ui.shownText == u"Indexing files..." || ui.shownText.ends_with(u" Files Added"));
-  EXPECT_LT(files.size(), static_cast<std::size_t>(kFiles) + 1) << "the single file comes after the walk";
 }
 
 // The user cancels a walk that hangs in the system (a network mount whose server is

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "null_view.h"
 #include "selection/selection_model.h"
 #include "support/native_path.h"
 
@@ -114,24 +115,11 @@ TEST(Places, AddToTreeMakesExpandableTopLevelNodesWithLabelsAndRoots) {
   EXPECT_EQ(nodes.Label(kNoNode), u"");
 }
 
-// A window-less view for the selection model.
-class QuietView : public SelectionView {
- public:
-  NodeId CurrentNode() const override { return kNoNode; }
-  std::size_t FileRowCount() const override { return 0; }
-  std::u16string_view FileRowPath(std::size_t) const override { return {}; }
-  int FileRowImage(std::size_t) const override { return kFileImageUnticked; }
-  void SetFileRowImage(std::size_t, int) override {}
-  void UpdateStatusLine() override {}
-  void RefillFileList() override {}
-  void ClearFilters() override {}
-};
-
 // Clear and every profile load reset the tree; the network entry is searched once,
 // so it must come out of a reset still working: with its placeholder (or the
 // computers found), collapsed, the shares' folders discarded like any other.
 TEST(Places, TheNetworkEntryKeepsItsSearchingChildAndComputersThroughAReset) {
-  QuietView view;
+  test::NullView view;
   SelectionModel model(view);
   FolderTree& tree = model.Tree();
   PlaceNodes nodes;

@@ -75,6 +75,33 @@ Lists Snapshot(const SelectionLists& l) {
   return {l.lstFoldersAndSub, l.lstFoldersNoSub, l.lstFoldersExclude, l.lstSingleFiles, l.lstSingleFilesExclude};
 }
 
+// The five lists written as "andSub|noSub|exclude|single|singleExclude", each a
+// comma-separated list of paths, so a table row fits on a line.
+Lists L(std::u16string_view text) {
+  std::vector<PathList> parts;
+  for (const auto& part : Split(std::u16string(text), u"|")) {
+    PathList list;
+    for (const auto& path : Split(part, u",")) {
+      if (!path.empty()) list.push_back(Native(path));
+    }
+    parts.push_back(std::move(list));
+  }
+  parts.resize(5);
+  return {parts[0], parts[1], parts[2], parts[3], parts[4]};
+}
+
+// The listed rows' paths by their row numbers, "01" for both.
+PathList Rows(std::string_view rows) {
+  PathList paths;
+  for (const char row : rows) paths.push_back(Native(row == '0' ? u"/m/a/a.flac" : u"/m/a/b.mp3"));
+  return paths;
+}
+std::vector<int> Images(std::string_view digits) {
+  std::vector<int> images;
+  for (const char digit : digits) images.push_back(digit - '0');
+  return images;
+}
+
 // The drive tree most tests use, with the file list showing /m/a/:
 //   /                      drive
 //     /m/
@@ -148,19 +175,19 @@ TEST_P(FolderClicks, CycleThroughStatesAndRecordOnlyWhatTheParentDoesNotCover) {
 INSTANTIATE_TEST_SUITE_P(SelectionModel, FolderClicks,
                          testing::Values(ClickCase{"FolderOnItsOwn",
                                                    false,
-                                                   {{csFolderAndSub, {N({u"/m/a/"}), {}, {}, {}, {}}},
-                                                    {csFolderNoSub, {{}, N({u"/m/a/"}), {}, {}, {}}},
-                                                    {csUnchecked, {}},
-                                                    {csFolderAndSub, {N({u"/m/a/"}), {}, {}, {}, {}}}}},
+                                                   {{csFolderAndSub, L(u"/m/a/")},
+                                                    {csFolderNoSub, L(u"|/m/a/")},
+                                                    {csUnchecked, L(u"")},
+                                                    {csFolderAndSub, L(u"/m/a/")}}},
                                          // Starts inherited (4), then without sub-folders, excluded, and back: the
                                          // unchecked sub-folder of a chosen folder turns 4 and adds nothing.
                                          ClickCase{"SubFolderOfChosenFolder",
                                                    true,
-                                                   {{csFolderNoSub, {N({u"/m/"}), N({u"/m/a/"}), {}, {}, {}}},
-                                                    {csUnchecked, {N({u"/m/"}), {}, N({u"/m/a/"}), {}, {}}},
-                                                    {csFolderAndSub, {N({u"/m/"}), {}, {}, {}, {}}},
-                                                    {csFolderNoSub, {N({u"/m/"}), N({u"/m/a/"}), {}, {}, {}}},
-                                                    {csUnchecked, {N({u"/m/"}), {}, N({u"/m/a/"}), {}, {}}}}}),
+                                                   {{csFolderNoSub, L(u"/m/|/m/a/")},
+                                                    {csUnchecked, L(u"/m/||/m/a/")},
+                                                    {csFolderAndSub, L(u"/m/")},
+                                                    {csFolderNoSub, L(u"/m/|/m/a/")},
+                                                    {csUnchecked, L(u"/m/||/m/a/")}}}),
                          [](const auto& p) { return std::string(p.param.name); });
 
 TEST_F(SelectionModelTest, ClickingAFolderClearsEveryEntryBelowItInAllFiveLists) {
@@ -174,8 +201,7 @@ TEST_F(SelectionModelTest, ClickingAFolderClearsEveryEntryBelowItInAllFiveLists)
   model.ToggleFolderState(a);
 
   // /m/ab/ shares the name's start but is no part of /m/a/.
-  const Lists expected{N({u"/x/", u"/m/a/"}), N({u"/m/ab/"}), {}, N({u"/m/ab/c.flac"}), N({u"/x/e.wav"})};
-  EXPECT_EQ(Snapshot(l), expected);
+  EXPECT_EQ(Snapshot(l), L(u"/x/,/m/a/|/m/ab/||/m/ab/c.flac|/x/e.wav"));
   EXPECT_EQ(States({a, deep, m, drive}),
             (std::vector{csFolderAndSub, csFolderAndSub, csChildSelected, csChildSelected}));
 }
@@ -335,20 +361,14 @@ TEST_P(InitialStates, ComeFromTheListsFirstMatchWinning) {
 
 INSTANTIATE_TEST_SUITE_P(
     SelectionModel, InitialStates,
-    testing::Values(
-        InitialCase{
-            "ChosenWithSubFolders", {N({u"/m/"}), N({u"/m/"}), {}, {}, {}}, u"/m/", csUnchecked, csFolderAndSub},
-        InitialCase{
-            "ChosenWithoutSubFolders", {{}, N({u"/m/"}), {}, N({u"/m/x.mp3"}), {}}, u"/m/", csUnchecked, csFolderNoSub},
-        InitialCase{
-            "HoldsASingleFile", {{}, N({u"/m/sub/"}), {}, N({u"/m/x.mp3"}), {}}, u"/m/", csUnchecked, csHasSingleFiles},
-        InitialCase{"ChosenFolderBelow", {N({u"/m/a/deep/"}), {}, {}, {}, {}}, u"/m/", csUnchecked, csChildSelected},
-        InitialCase{"SingleFileDeeperDown", {{}, {}, {}, N({u"/m/a/x.mp3"}), {}}, u"/m/", csUnchecked, csChildSelected},
-        InitialCase{
-            "OnlyAnExclusionBelow", {{}, {}, N({u"/m/a/"}), {}, N({u"/m/b.mp3"})}, u"/m/", csUnchecked, csUnchecked},
-        InitialCase{"ShortcutBelow", {N({u"/home/u/Music/"}), {}, {}, {}, {}}, u"/home/", csUnchecked, csUnchecked},
-        InitialCase{
-            "NothingLeavesTheStateAlone", {N({u"/x/"}), {}, {}, {}, {}}, u"/m/", csFolderAndSub, csFolderAndSub}),
+    testing::Values(InitialCase{"ChosenWithSubFolders", L(u"/m/|/m/"), u"/m/", csUnchecked, csFolderAndSub},
+                    InitialCase{"ChosenWithoutSubFolders", L(u"|/m/||/m/x.mp3"), u"/m/", csUnchecked, csFolderNoSub},
+                    InitialCase{"HoldsASingleFile", L(u"|/m/sub/||/m/x.mp3"), u"/m/", csUnchecked, csHasSingleFiles},
+                    InitialCase{"ChosenFolderBelow", L(u"/m/a/deep/"), u"/m/", csUnchecked, csChildSelected},
+                    InitialCase{"SingleFileDeeperDown", L(u"|||/m/a/x.mp3"), u"/m/", csUnchecked, csChildSelected},
+                    InitialCase{"OnlyAnExclusionBelow", L(u"||/m/a/||/m/b.mp3"), u"/m/", csUnchecked, csUnchecked},
+                    InitialCase{"ShortcutBelow", L(u"/home/u/Music/"), u"/home/", csUnchecked, csUnchecked},
+                    InitialCase{"NothingLeavesTheStateAlone", L(u"/x/"), u"/m/", csFolderAndSub, csFolderAndSub}),
     [](const auto& p) { return std::string(p.param.name); });
 
 TEST(SelectionModel, ListedFolderMatchesItsNodeUnderThePlatformsCaseRule) {
@@ -364,8 +384,8 @@ TEST(SelectionModel, ListedFolderMatchesItsNodeUnderThePlatformsCaseRule) {
 
 struct FileStep {
   bool selected;
-  PathList single;
-  PathList singleExclude;
+  const char* single;  // rows, as Rows() reads them
+  const char* singleExclude;
   TreeCheckState folder;
 };
 
@@ -384,8 +404,8 @@ TEST_P(FileTicks, RecordOnlyTheExceptionToTheFoldersRule) {
     SCOPED_TRACE("step " + std::to_string(i + 1));
     const auto& step = c.steps[i];
     model.SetFileSelected(0, step.selected);
-    EXPECT_EQ(model.Lists().lstSingleFiles, step.single);
-    EXPECT_EQ(model.Lists().lstSingleFilesExclude, step.singleExclude);
+    EXPECT_EQ(model.Lists().lstSingleFiles, Rows(step.single));
+    EXPECT_EQ(model.Lists().lstSingleFilesExclude, Rows(step.singleExclude));
     EXPECT_EQ(model.IsFileSelected(0), step.selected);
     EXPECT_EQ(tree().StateOf(a), step.folder);
     EXPECT_EQ(window.statusUpdates, static_cast<int>(i + 1));
@@ -395,16 +415,16 @@ TEST_P(FileTicks, RecordOnlyTheExceptionToTheFoldersRule) {
 INSTANTIATE_TEST_SUITE_P(SelectionModel, FileTicks,
                          testing::Values(FileCase{"InChosenFolder",
                                                   true,
-                                                  {{true, {}, {}, csFolderAndSub},
-                                                   {false, {}, N({u"/m/a/a.flac"}), csFolderAndSub},
-                                                   {false, {}, N({u"/m/a/a.flac"}), csFolderAndSub},
-                                                   {true, {}, {}, csFolderAndSub}}},
+                                                  {{true, "", "", csFolderAndSub},
+                                                   {false, "", "0", csFolderAndSub},
+                                                   {false, "", "0", csFolderAndSub},
+                                                   {true, "", "", csFolderAndSub}}},
                                          FileCase{"InPlainFolder",
                                                   false,
-                                                  {{false, {}, {}, csUnchecked},
-                                                   {true, N({u"/m/a/a.flac"}), {}, csHasSingleFiles},
-                                                   {true, N({u"/m/a/a.flac"}), {}, csHasSingleFiles},
-                                                   {false, {}, {}, csUnchecked}}}),
+                                                  {{false, "", "", csUnchecked},
+                                                   {true, "0", "", csHasSingleFiles},
+                                                   {true, "0", "", csHasSingleFiles},
+                                                   {false, "", "", csUnchecked}}}),
                          [](const auto& p) { return std::string(p.param.name); });
 
 TEST_F(SelectionModelTest, ASingleFileMarksItsFolderAndTheLoadedAncestors) {
@@ -432,16 +452,18 @@ TEST_F(SelectionModelTest, FolderClicksRedrawTheFileChecks) {
 
 enum class MenuCommand { kCheckAll, kUncheckAll, kInvert };
 
+// Images and lists as digits: "12" is row 0 unticked and row 1 ticked; "01" lists
+// both rows' files.
 struct MenuCase {
   const char* name;
   bool folderChosen;
-  std::vector<int> imagesBefore;
-  PathList singleBefore;
-  PathList singleExcludeBefore;
+  const char* imagesBefore;
+  const char* singleBefore;
+  const char* singleExcludeBefore;
   MenuCommand command;
-  std::vector<int> imagesAfter;
-  PathList single;
-  PathList singleExclude;
+  const char* imagesAfter;
+  const char* single;
+  const char* singleExclude;
 };
 
 class ContextMenu : public SelectionModelTest, public testing::WithParamInterface<MenuCase> {};
@@ -449,9 +471,10 @@ class ContextMenu : public SelectionModelTest, public testing::WithParamInterfac
 TEST_P(ContextMenu, SetsEveryRowAndRecordsTheExceptions) {
   const auto& c = GetParam();
   if (c.folderChosen) model.ToggleFolderState(a);
-  for (std::size_t row = 0; row < c.imagesBefore.size(); ++row) window.rows[row].image = c.imagesBefore[row];
-  model.Lists().lstSingleFiles = c.singleBefore;
-  model.Lists().lstSingleFilesExclude = c.singleExcludeBefore;
+  const std::vector<int> before = Images(c.imagesBefore);
+  for (std::size_t row = 0; row < before.size(); ++row) window.rows[row].image = before[row];
+  model.Lists().lstSingleFiles = Rows(c.singleBefore);
+  model.Lists().lstSingleFilesExclude = Rows(c.singleExcludeBefore);
 
   switch (c.command) {
     case MenuCommand::kCheckAll:
@@ -465,63 +488,21 @@ TEST_P(ContextMenu, SetsEveryRowAndRecordsTheExceptions) {
       break;
   }
 
-  EXPECT_EQ(window.Images(), c.imagesAfter);
-  EXPECT_EQ(model.Lists().lstSingleFiles, c.single);
-  EXPECT_EQ(model.Lists().lstSingleFilesExclude, c.singleExclude);
+  EXPECT_EQ(window.Images(), Images(c.imagesAfter));
+  EXPECT_EQ(model.Lists().lstSingleFiles, Rows(c.single));
+  EXPECT_EQ(model.Lists().lstSingleFilesExclude, Rows(c.singleExclude));
   for (std::size_t row = 0; row < window.rows.size(); ++row)
     EXPECT_EQ(model.IsFileSelected(row), window.rows[row].image == kFileImageTicked) << row;
 }
 
 INSTANTIATE_TEST_SUITE_P(
     SelectionModel, ContextMenu,
-    testing::Values(
-        MenuCase{"CheckAllInPlainFolder",
-                 false,
-                 {1, 2},
-                 N({u"/m/a/b.mp3"}),
-                 {},
-                 MenuCommand::kCheckAll,
-                 {2, 2},
-                 N({u"/m/a/a.flac", u"/m/a/b.mp3"}),
-                 {}},
-        MenuCase{
-            "CheckAllInChosenFolder", true, {2, 1}, {}, N({u"/m/a/b.mp3"}), MenuCommand::kCheckAll, {2, 2}, {}, {}},
-        MenuCase{"UncheckAllInChosenFolder",
-                 true,
-                 {2, 2},
-                 {},
-                 {},
-                 MenuCommand::kUncheckAll,
-                 {1, 1},
-                 {},
-                 N({u"/m/a/a.flac", u"/m/a/b.mp3"})},
-        MenuCase{"UncheckAllInPlainFolder",
-                 false,
-                 {2, 2},
-                 N({u"/m/a/a.flac", u"/m/a/b.mp3"}),
-                 {},
-                 MenuCommand::kUncheckAll,
-                 {1, 1},
-                 {},
-                 {}},
-        MenuCase{"InvertInChosenFolder",
-                 true,
-                 {2, 1},
-                 {},
-                 N({u"/m/a/b.mp3"}),
-                 MenuCommand::kInvert,
-                 {1, 2},
-                 {},
-                 N({u"/m/a/a.flac"})},
-        MenuCase{"InvertInPlainFolder",
-                 false,
-                 {1, 2},
-                 N({u"/m/a/b.mp3"}),
-                 {},
-                 MenuCommand::kInvert,
-                 {2, 1},
-                 N({u"/m/a/a.flac"}),
-                 {}}),
+    testing::Values(MenuCase{"CheckAllInPlainFolder", false, "12", "1", "", MenuCommand::kCheckAll, "22", "01", ""},
+                    MenuCase{"CheckAllInChosenFolder", true, "21", "", "1", MenuCommand::kCheckAll, "22", "", ""},
+                    MenuCase{"UncheckAllInChosenFolder", true, "22", "", "", MenuCommand::kUncheckAll, "11", "", "01"},
+                    MenuCase{"UncheckAllInPlainFolder", false, "22", "01", "", MenuCommand::kUncheckAll, "11", "", ""},
+                    MenuCase{"InvertInChosenFolder", true, "21", "", "1", MenuCommand::kInvert, "12", "", "0"},
+                    MenuCase{"InvertInPlainFolder", false, "12", "1", "", MenuCommand::kInvert, "21", "0", ""}),
     [](const auto& p) { return std::string(p.param.name); });
 
 // ---- Reset -----------------------------------------------------------------

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/text.h"
 #include "support/native_path.h"
 
 namespace tessaroven::cli {
@@ -9,119 +10,69 @@ namespace {
 
 using test::Native;
 
-enum class Do { Folder, FolderOnly, Exclude, File, Unfile };
+// Splits `text` at `separator`, each piece made native.
+std::vector<std::u16string> Paths(std::u16string_view text, std::u16string_view separator) {
+  std::vector<std::u16string> out;
+  for (const auto& piece : Split(std::u16string(text), separator)) {
+    if (!piece.empty()) out.push_back(Native(piece));
+  }
+  return out;
+}
 
-struct Click {
-  Do what;
-  const char16_t* path;
-};
-
+// Clicks are written "F/m/ O/m/a/ X/m/b/ T/m/c.mp3 U/m/d.mp3": a folder with its
+// sub-folders, one without, an excluded folder, a ticked and an unticked file. The
+// lists are "andSub|noSub|exclude|single|singleExclude", each comma-separated.
 struct ClickCase {
   const char* name;
-  std::vector<Click> clicks;
-  std::vector<std::u16string> andSub, noSub, exclude, single, singleExclude;
+  std::u16string clicks;
+  std::u16string lists;
 };
 
 class CliClicks : public ::testing::TestWithParam<ClickCase> {};
 
-std::vector<std::u16string> Natives(const std::vector<std::u16string>& paths) {
-  std::vector<std::u16string> out;
-  for (const auto& path : paths) out.push_back(Native(path));
-  return out;
-}
-
 TEST_P(CliClicks, EndWithTheListsTheWindowWouldHave) {
   CliSelection selection;
-  for (const Click& click : GetParam().clicks) {
-    const std::u16string path = Native(click.path);
-    if (click.what == Do::Exclude)
-      selection.ExcludeFolder(path);
-    else if (click.what == Do::File || click.what == Do::Unfile)
-      selection.TickFile(path, click.what == Do::File);
-    else
-      selection.TickFolder(path, click.what == Do::Folder);
+  for (const auto& click : Split(GetParam().clicks, u" ")) {
+    const std::u16string path = Native(click.substr(1));
+    switch (click[0]) {
+      case u'X':
+        selection.ExcludeFolder(path);
+        break;
+      case u'T':
+      case u'U':
+        selection.TickFile(path, click[0] == u'T');
+        break;
+      default:
+        selection.TickFolder(path, click[0] == u'F');
+    }
   }
+  std::vector<std::u16string> expected = Split(GetParam().lists, u"|");
+  expected.resize(5);
   const SelectionLists& lists = selection.Lists();
-  EXPECT_EQ(lists.lstFoldersAndSub, Natives(GetParam().andSub));
-  EXPECT_EQ(lists.lstFoldersNoSub, Natives(GetParam().noSub));
-  EXPECT_EQ(lists.lstFoldersExclude, Natives(GetParam().exclude));
-  EXPECT_EQ(lists.lstSingleFiles, Natives(GetParam().single));
-  EXPECT_EQ(lists.lstSingleFilesExclude, Natives(GetParam().singleExclude));
+  EXPECT_EQ(lists.lstFoldersAndSub, Paths(expected[0], u","));
+  EXPECT_EQ(lists.lstFoldersNoSub, Paths(expected[1], u","));
+  EXPECT_EQ(lists.lstFoldersExclude, Paths(expected[2], u","));
+  EXPECT_EQ(lists.lstSingleFiles, Paths(expected[3], u","));
+  EXPECT_EQ(lists.lstSingleFilesExclude, Paths(expected[4], u","));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, CliClicks,
-    ::testing::Values(
-        ClickCase{"Folder", {{Do::Folder, u"/m/"}}, {u"/m/"}, {}, {}, {}, {}},
-        ClickCase{
-            "SubFolderOfATickedOneIsCovered", {{Do::Folder, u"/m/"}, {Do::Folder, u"/m/a/"}}, {u"/m/"}, {}, {}, {}, {}},
-        ClickCase{"ExcludeInsideATickedFolder",
-                  {{Do::Folder, u"/m/"}, {Do::Exclude, u"/m/a/"}},
-                  {u"/m/"},
-                  {},
-                  {u"/m/a/"},
-                  {},
-                  {}},
-        ClickCase{"ExcludeOutsideChangesNothing", {{Do::Exclude, u"/m/a/"}}, {}, {}, {}, {}, {}},
-        // Excluding a folder above the ticks would only have cleared them.
-        ClickCase{
-            "ExcludeAboveTicksChangesNothing",
-            {{Do::Folder, u"/m/a/"}, {Do::FolderOnly, u"/m/b/"}, {Do::File, u"/m/c/d.mp3"}, {Do::Exclude, u"/m/"}},
-            {u"/m/a/"},
-            {u"/m/b/"},
-            {},
-            {u"/m/c/d.mp3"},
-            {}},
-        ClickCase{"ExcludeTheTickedFolderItselfChangesNothing",
-                  {{Do::Folder, u"/m/"}, {Do::Exclude, u"/m/"}},
-                  {u"/m/"},
-                  {},
-                  {},
-                  {},
-                  {}},
-        ClickCase{"FlatInsideRecursive",
-                  {{Do::Folder, u"/m/"}, {Do::FolderOnly, u"/m/a/"}},
-                  {u"/m/"},
-                  {u"/m/a/"},
-                  {},
-                  {},
-                  {}},
-        ClickCase{"TickingAgainClearsBelow",
-                  {{Do::Folder, u"/m/"}, {Do::Exclude, u"/m/a/"}, {Do::Unfile, u"/m/b.mp3"}, {Do::Folder, u"/m/"}},
-                  {u"/m/"},
-                  {},
-                  {},
-                  {},
-                  {}},
-        ClickCase{"ParentClearsWhatLiesBelow",
-                  {{Do::FolderOnly, u"/m/a/"}, {Do::File, u"/m/x/y.mp3"}, {Do::Folder, u"/m/"}},
-                  {u"/m/"},
-                  {},
-                  {},
-                  {},
-                  {}},
-        ClickCase{"SingleFileOutsideAnyFolder", {{Do::File, u"/m/a.mp3"}}, {}, {}, {}, {u"/m/a.mp3"}, {}},
-        ClickCase{"FileInsideATickedFolderNeedsNothing",
-                  {{Do::Folder, u"/m/"}, {Do::File, u"/m/a/b.mp3"}},
-                  {u"/m/"},
-                  {},
-                  {},
-                  {},
-                  {}},
-        ClickCase{"UntickedFileInsideATickedFolder",
-                  {{Do::Folder, u"/m/"}, {Do::Unfile, u"/m/a/b.mp3"}},
-                  {u"/m/"},
-                  {},
-                  {},
-                  {},
-                  {u"/m/a/b.mp3"}},
-        ClickCase{"TickedAgainAfterUnticking",
-                  {{Do::Folder, u"/m/"}, {Do::Unfile, u"/m/b.mp3"}, {Do::File, u"/m/b.mp3"}},
-                  {u"/m/"},
-                  {},
-                  {},
-                  {},
-                  {}}),
+    ::testing::Values(ClickCase{"Folder", u"F/m/", u"/m/"},
+                      ClickCase{"SubFolderOfATickedOneIsCovered", u"F/m/ F/m/a/", u"/m/"},
+                      ClickCase{"ExcludeInsideATickedFolder", u"F/m/ X/m/a/", u"/m/||/m/a/"},
+                      ClickCase{"ExcludeOutsideChangesNothing", u"X/m/a/", u""},
+                      // Excluding a folder above the ticks would only have cleared them.
+                      ClickCase{"ExcludeAboveTicksChangesNothing", u"F/m/a/ O/m/b/ T/m/c/d.mp3 X/m/",
+                                u"/m/a/|/m/b/||/m/c/d.mp3"},
+                      ClickCase{"ExcludeTheTickedFolderItselfChangesNothing", u"F/m/ X/m/", u"/m/"},
+                      ClickCase{"FlatInsideRecursive", u"F/m/ O/m/a/", u"/m/|/m/a/"},
+                      ClickCase{"TickingAgainClearsBelow", u"F/m/ X/m/a/ U/m/b.mp3 F/m/", u"/m/"},
+                      ClickCase{"ParentClearsWhatLiesBelow", u"O/m/a/ T/m/x/y.mp3 F/m/", u"/m/"},
+                      ClickCase{"SingleFileOutsideAnyFolder", u"T/m/a.mp3", u"|||/m/a.mp3"},
+                      ClickCase{"FileInsideATickedFolderNeedsNothing", u"F/m/ T/m/a/b.mp3", u"/m/"},
+                      ClickCase{"UntickedFileInsideATickedFolder", u"F/m/ U/m/a/b.mp3", u"/m/||||/m/a/b.mp3"},
+                      ClickCase{"TickedAgainAfterUnticking", u"F/m/ U/m/b.mp3 T/m/b.mp3", u"/m/"}),
     [](const auto& p) { return std::string(p.param.name); });
 
 TEST(CliSelection, ExcludingSaysWhatItCameTo) {

@@ -13,13 +13,11 @@
 
 #include "base/text.h"
 #include "base/xfile.h"
-#include "support/scripted_prompts.h"
 #include "support/test_env.h"
 
 namespace tessaroven {
 namespace {
 
-using test::ScriptedPrompts;
 using test::TempDir;
 
 TEST(XFilePosix, NameBytesThatAreNotUtf8ReachTheDiskUnchanged) {
@@ -50,19 +48,6 @@ TEST(XFilePosix, FifoOpensWithoutWaitingForAWriter) {
   ASSERT_TRUE(file.Open(GENERIC_READ, OPEN_EXISTING, true));
   char buffer[8];
   EXPECT_EQ(file.Read(buffer, sizeof(buffer)), 0u);
-}
-
-TEST(XFilePosix, FullDiskWritePromptsWithWriteCaption) {
-  // /dev/full fails every write with ENOSPC, even for root.
-  if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full";
-  ScriptedPrompts prompts({kAnswerRetry, kAnswerRetry, kAnswerCancel});
-  XFile file(u"/dev/full");
-  ASSERT_TRUE(file.Open(GENERIC_WRITE, OPEN_EXISTING, true));
-  EXPECT_FALSE(file.Write("abc", 3));
-  const auto shown = prompts.Shown();
-  ASSERT_EQ(shown.size(), 3u);
-  EXPECT_EQ(shown[0].text, u"Unable to write to '/dev/full'");
-  EXPECT_EQ(shown[0].caption, u"File Write Error");
 }
 
 void IgnoreSignal(int) {}

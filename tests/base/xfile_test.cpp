@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,7 +21,6 @@ using test::WriteBytes;
 
 constexpr std::uint32_t kReadWrite = GENERIC_READ | GENERIC_WRITE;
 constexpr std::uint32_t kRetryCancelInformation = 0x45;
-constexpr std::uint32_t kOkInformation = 0x40;
 
 std::string ReadAll(XFile& file, std::uint32_t count) {
   std::string buffer(count, '\0');
@@ -34,102 +32,95 @@ bool WriteText(XFile& file, std::string_view text) {
   return file.Write(text.data(), static_cast<std::uint32_t>(text.size()));
 }
 
-std::u16string Quoted(std::u16string_view lead, const std::u16string& path) {
-  return std::u16string(lead) + path + u"'";
-}
-
-// ---------------------------------------------------------------------------
-// Creation dispositions
-
-struct DispositionCase {
-  const char* name;
-  std::uint32_t access;
-  std::uint32_t disposition;
-  bool existsBefore;
-  bool opens;
-  std::optional<std::string> contentAfter;  // nullopt: the file must not exist
-};
-
-class XFileDisposition : public testing::TestWithParam<DispositionCase> {};
-
-TEST_P(XFileDisposition, CreatesTruncatesOrRefusesAsWindowsDoes) {
-  const auto& c = GetParam();
-  TempDir dir;
-  const std::u16string path = dir / u"file.bin";
-  if (c.existsBefore) {
-    ASSERT_TRUE(WriteBytes(path, "old content"));
-  }
-
-  XFile file(path);
-  EXPECT_EQ(file.Open(c.access, c.disposition, false), c.opens);
-  EXPECT_EQ(file.IsOpen(), c.opens);
-  if (c.opens) {
-    EXPECT_TRUE(file.OwnsHandle());
-    EXPECT_EQ(file.Size(), c.contentAfter->size());
-  }
-  file.Close();
-
-  EXPECT_EQ(test::FileExists(path), c.contentAfter.has_value());
-  if (c.contentAfter) {
-    EXPECT_EQ(ReadBytes(path), *c.contentAfter);
+// Every prompt shown has this text, caption and the Retry/Cancel style.
+void ExpectPrompts(const ScriptedPrompts& prompts, std::size_t count, const std::u16string& text,
+                   std::u16string_view caption) {
+  const auto shown = prompts.Shown();
+  ASSERT_EQ(shown.size(), count);
+  for (const auto& prompt : shown) {
+    EXPECT_EQ(prompt.text, text);
+    EXPECT_EQ(prompt.caption, caption);
+    EXPECT_EQ(prompt.style, kRetryCancelInformation);
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    XFile, XFileDisposition,
-    testing::Values(
-        DispositionCase{"CreateNewMakesMissingFile", kReadWrite, CREATE_NEW, false, true, ""},
-        DispositionCase{"CreateNewRefusesExistingFile", kReadWrite, CREATE_NEW, true, false, "old content"},
-        DispositionCase{"CreateAlwaysMakesMissingFile", kReadWrite, CREATE_ALWAYS, false, true, ""},
-        DispositionCase{"CreateAlwaysTruncates", GENERIC_WRITE, CREATE_ALWAYS, true, true, ""},
-        DispositionCase{"OpenExistingKeepsContent", GENERIC_READ, OPEN_EXISTING, true, true, "old content"},
-        DispositionCase{"OpenExistingFailsOnMissingFile", kReadWrite, OPEN_EXISTING, false, false, std::nullopt},
-        DispositionCase{"OpenAlwaysKeepsContent", kReadWrite, OPEN_ALWAYS, true, true, "old content"},
-        DispositionCase{"OpenAlwaysMakesMissingFile", kReadWrite, OPEN_ALWAYS, false, true, ""},
-        DispositionCase{"TruncateExistingEmptiesFile", kReadWrite, TRUNCATE_EXISTING, true, true, ""},
-        DispositionCase{"TruncateExistingFailsOnMissingFile", kReadWrite, TRUNCATE_EXISTING, false, false,
-                        std::nullopt},
-        DispositionCase{"TruncateNeedsWriteAccess", GENERIC_READ, TRUNCATE_EXISTING, true, false, "old content"},
-        DispositionCase{"UnknownDispositionFails", kReadWrite, 9, true, false, "old content"}),
-    [](const auto& p) { return std::string(p.param.name); });
+enum class Before { Nothing, File, Folder };
 
-// ---------------------------------------------------------------------------
-// Reading and writing
+// What each disposition does to a missing file, a file and a folder, as Windows does.
+TEST(XFile, DispositionsCreateTruncateOrRefuse) {
+  struct {
+    Before before;
+    std::uint32_t access, disposition;
+    bool opens;
+    std::optional<std::string> contentAfter;  // nullopt: no file there
+  } const cases[] = {
+      {Before::Nothing, kReadWrite, CREATE_NEW, true, ""},
+      {Before::File, kReadWrite, CREATE_NEW, false, "old content"},
+      {Before::Nothing, kReadWrite, CREATE_ALWAYS, true, ""},
+      {Before::File, GENERIC_WRITE, CREATE_ALWAYS, true, ""},
+      {Before::File, GENERIC_READ, OPEN_EXISTING, true, "old content"},
+      {Before::Nothing, kReadWrite, OPEN_EXISTING, false, std::nullopt},
+      {Before::File, kReadWrite, OPEN_ALWAYS, true, "old content"},
+      {Before::Nothing, kReadWrite, OPEN_ALWAYS, true, ""},
+      {Before::File, kReadWrite, TRUNCATE_EXISTING, true, ""},
+      {Before::Nothing, kReadWrite, TRUNCATE_EXISTING, false, std::nullopt},
+      {Before::File, GENERIC_READ, TRUNCATE_EXISTING, false, "old content"},  // truncating needs write access
+      {Before::File, kReadWrite, 9, false, "old content"},                    // no such disposition
+      // A folder never opens as a file.
+      {Before::Folder, GENERIC_READ, OPEN_EXISTING, false, std::nullopt},
+      {Before::Folder, GENERIC_READ, OPEN_ALWAYS, false, std::nullopt},
+      {Before::Folder, GENERIC_WRITE, OPEN_EXISTING, false, std::nullopt},
+      {Before::Folder, kReadWrite, CREATE_ALWAYS, false, std::nullopt},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << "before " << static_cast<int>(c.before) << ", access " << c.access
+                                    << ", disposition " << c.disposition);
+    TempDir dir;
+    const std::u16string path = dir / u"file.bin";
+    if (c.before == Before::File) ASSERT_TRUE(WriteBytes(path, "old content"));
+    if (c.before == Before::Folder) ASSERT_TRUE(test::MakeFolder(path));
+    XFile file(path);
+    EXPECT_EQ(file.Open(c.access, c.disposition, false), c.opens);
+    EXPECT_EQ(file.IsOpen(), c.opens);
+    if (c.opens) {
+      EXPECT_TRUE(file.OwnsHandle());
+      EXPECT_EQ(file.Size(), c.contentAfter->size());
+    }
+    file.Close();
+    if (c.before != Before::Folder) EXPECT_EQ(test::FileExists(path), c.contentAfter.has_value());
+    if (c.contentAfter) EXPECT_EQ(ReadBytes(path), *c.contentAfter);
+  }
+}
 
-TEST(XFile, WrittenBytesReadBackUnchanged) {
+// Paths no file can have fail like a missing file, without creating anything.
+TEST(XFile, UnusablePathsNeverOpen) {
+  std::u16string huge = test::TestRoot();  // over 32k characters, in components of legal length
+  for (int i = 0; i < 140; ++i) huge += std::u16string(250, u'y') + kPathSeparator;
+  for (const std::u16string& path : {std::u16string(), std::u16string(3, kPathSeparator), huge + u"f"}) {
+    XFile file(path);
+    EXPECT_FALSE(file.Open(kReadWrite, OPEN_ALWAYS, false)) << path.size();
+    EXPECT_EQ(file.Size(), 0u);
+  }
+}
+
+TEST(XFile, BytesGoThroughUnchangedAndInOneCall) {
   TempDir dir;
   const std::u16string path = dir / u"data.bin";
-  // Every byte value, CR/LF pairs and NULs included: the file is binary, never text.
+  // Every byte value, CR/LF pairs and NULs included, over several megabytes: the
+  // file is binary, never text, and a large transfer needs no loop at the caller.
   std::string bytes;
-  for (int round = 0; round < 3; ++round)
-    for (int b = 0; b < 256; ++b) bytes.push_back(static_cast<char>(b));
+  while (bytes.size() < 5 * 1024 * 1024) bytes.push_back(static_cast<char>(bytes.size() * 131 >> 3));
   bytes += "\r\n\n\r";
-
-  XFile writer(path);
-  ASSERT_TRUE(writer.Open(GENERIC_WRITE, CREATE_ALWAYS, false));
-  EXPECT_TRUE(WriteText(writer, bytes.substr(0, 100)));
-  EXPECT_TRUE(WriteText(writer, bytes.substr(100)));
-  EXPECT_EQ(writer.Size(), bytes.size());
-  writer.Close();
-  EXPECT_EQ(ReadBytes(path), bytes);
-
-  XFile reader(path);
-  ASSERT_TRUE(reader.Open(GENERIC_READ, OPEN_EXISTING, false));
-  EXPECT_EQ(reader.Size(), bytes.size());
-  EXPECT_EQ(ReadAll(reader, static_cast<std::uint32_t>(bytes.size())), bytes);
-}
-
-TEST(XFile, LargeTransferGoesThroughInOneCall) {
-  TempDir dir;
-  const std::u16string path = dir / u"large.bin";
-  std::string bytes(5 * 1024 * 1024 + 7, '\0');
-  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>((i * 131) >> 3);
 
   XFile file(path);
   ASSERT_TRUE(file.Open(kReadWrite, CREATE_ALWAYS, false));
-  ASSERT_TRUE(WriteText(file, bytes));
+  EXPECT_TRUE(WriteText(file, std::string_view(bytes).substr(0, 100)));
+  EXPECT_TRUE(WriteText(file, std::string_view(bytes).substr(100)));
+  EXPECT_EQ(file.Size(), bytes.size());
   ASSERT_TRUE(file.Seek(0, kSeekFromStart));
   EXPECT_TRUE(ReadAll(file, static_cast<std::uint32_t>(bytes.size())) == bytes);
+  file.Close();
+  EXPECT_TRUE(ReadBytes(path) == bytes);
 }
 
 TEST(XFile, NonAsciiFileNamesWork) {
@@ -145,11 +136,9 @@ TEST(XFile, NonAsciiFileNamesWork) {
 
 TEST(XFile, ReadingPastTheEndReturnsShortCountWithoutPrompt) {
   TempDir dir;
-  const std::u16string path = dir / u"short.bin";
-  ASSERT_TRUE(WriteBytes(path, "abcde"));
+  ASSERT_TRUE(WriteBytes(dir / u"short.bin", "abcde"));
   ScriptedPrompts prompts;
-
-  XFile file(path);
+  XFile file(dir / u"short.bin");
   ASSERT_TRUE(file.Open(GENERIC_READ, OPEN_EXISTING, true));
   EXPECT_EQ(ReadAll(file, 2), "ab");
   EXPECT_EQ(ReadAll(file, 10), "cde");
@@ -173,77 +162,33 @@ TEST(XFile, ClosedObjectDoesNothing) {
   EXPECT_TRUE(prompts.Shown().empty());
 }
 
-// Paths no file can have: each fails like a missing file, without a crash and
-// without creating anything, even with a disposition that would create.
-struct UnusablePathCase {
-  const char* name;
-  std::u16string path;
-};
-
-class XFileUnusablePath : public testing::TestWithParam<UnusablePathCase> {};
-
-TEST_P(XFileUnusablePath, NeverOpens) {
-  XFile file(GetParam().path);
-  EXPECT_FALSE(file.Open(kReadWrite, OPEN_ALWAYS, false));
-  EXPECT_FALSE(file.IsOpen());
-  EXPECT_EQ(file.Size(), 0u);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    XFile, XFileUnusablePath,
-    testing::Values(UnusablePathCase{"Empty", u""},
-                    UnusablePathCase{"SeparatorOnly", std::u16string(3, kPathSeparator)},
-                    // Over 32k characters, in components of legal length.
-                    UnusablePathCase{"Huge",
-                                     [] {
-                                       std::u16string path = test::TestRoot();
-                                       for (int i = 0; i < 140; ++i) path += std::u16string(250, u'y') + kPathSeparator;
-                                       return path + u"f";
-                                     }()}),
-    [](const auto& p) { return std::string(p.param.name); });
-
-// ---------------------------------------------------------------------------
-// Positioning
-
-struct SeekCase {
-  const char* name;
-  std::uint32_t readFirst;  // bytes read before the seek
-  std::int64_t offset;
-  int mode;
-  bool succeeds;
-  std::string readAfter;  // the next two bytes
-};
-
-class XFileSeek : public testing::TestWithParam<SeekCase> {};
-
-TEST_P(XFileSeek, MovesFromStartOrCurrentOnly) {
-  const auto& c = GetParam();
+TEST(XFile, SeekMovesFromStartOrCurrentOnly) {
+  struct {
+    std::uint32_t readFirst;  // bytes read before the seek
+    std::int64_t offset;
+    int mode;
+    bool succeeds;
+    std::string readAfter;  // the next two bytes
+  } const cases[] = {
+      {6, 3, kSeekFromStart, true, "34"},
+      {2, 3, kSeekFromCurrent, true, "56"},
+      {4, -3, kSeekFromCurrent, true, "12"},
+      {2, 7, 1, true, "78"},  // 1 is FILE_CURRENT in Win32, but here only 2 is relative
+      {2, -1, kSeekFromStart, false, "23"},
+      {2, -5, kSeekFromCurrent, false, "23"},
+      {0, 0x1'0000'0010LL, kSeekFromStart, true, ""},
+  };
   TempDir dir;
-  const std::u16string path = dir / u"digits.txt";
-  ASSERT_TRUE(WriteBytes(path, "0123456789"));
-  XFile file(path);
-  ASSERT_TRUE(file.Open(GENERIC_READ, OPEN_EXISTING, false));
-  ASSERT_EQ(ReadAll(file, c.readFirst).size(), c.readFirst);
-
-  EXPECT_EQ(file.Seek(c.offset, c.mode), c.succeeds);
-  EXPECT_EQ(ReadAll(file, 2), c.readAfter);
+  ASSERT_TRUE(WriteBytes(dir / u"digits.txt", "0123456789"));
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << "after " << c.readFirst << ", seek " << c.offset << " mode " << c.mode);
+    XFile file(dir / u"digits.txt");
+    ASSERT_TRUE(file.Open(GENERIC_READ, OPEN_EXISTING, false));
+    ASSERT_EQ(ReadAll(file, c.readFirst).size(), c.readFirst);
+    EXPECT_EQ(file.Seek(c.offset, c.mode), c.succeeds);
+    EXPECT_EQ(ReadAll(file, 2), c.readAfter);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(XFile, XFileSeek,
-                         testing::Values(SeekCase{"FromStart", 6, 3, kSeekFromStart, true, "34"},
-                                         SeekCase{"ModeTwoIsRelative", 2, 3, kSeekFromCurrent, true, "56"},
-                                         SeekCase{"RelativeBackwards", 4, -3, kSeekFromCurrent, true, "12"},
-                                         // 1 is FILE_CURRENT in Win32, but here only 2 is relative.
-                                         SeekCase{"ModeOneIsFromStart", 2, 7, 1, true, "78"},
-                                         SeekCase{"UnknownModeIsFromStart", 5, 1, 99, true, "12"},
-                                         SeekCase{"BeforeStartFailsAndStays", 2, -1, kSeekFromStart, false, "23"},
-                                         SeekCase{"RelativeBeforeStartFails", 2, -5, kSeekFromCurrent, false, "23"},
-                                         SeekCase{"PastEndIsAllowed", 0, 20, kSeekFromStart, true, ""},
-                                         SeekCase{"LargeOffsetPastEnd", 0, 0x1'0000'0010LL, kSeekFromStart, true, ""}),
-                         [](const auto& p) { return std::string(p.param.name); });
-
-// ---------------------------------------------------------------------------
-// Handles
 
 TEST(XFile, AttachedHandleIsNotClosedWithoutOwnership) {
   TempDir dir;
@@ -254,7 +199,6 @@ TEST(XFile, AttachedHandleIsNotClosedWithoutOwnership) {
   {
     XFile borrower(path);
     borrower.Attach(owner.Handle(), false);
-    EXPECT_TRUE(borrower.IsOpen());
     EXPECT_FALSE(borrower.OwnsHandle());
     EXPECT_EQ(ReadAll(borrower, 2), "ab");
     borrower.Close();
@@ -262,7 +206,6 @@ TEST(XFile, AttachedHandleIsNotClosedWithoutOwnership) {
     borrower.Attach(owner.Handle(), false);
   }  // destroyed while attached: still not closed
   EXPECT_EQ(ReadAll(owner, 2), "cd");
-  EXPECT_EQ(owner.Size(), 6u);
 }
 
 TEST(XFile, MoveHandsOverTheHandle) {
@@ -282,52 +225,31 @@ TEST(XFile, MoveHandsOverTheHandle) {
   EXPECT_EQ(ReadAll(third, 5), "yz");
 }
 
-// ---------------------------------------------------------------------------
-// Failures and their prompts
-
-struct OpenFailureCase {
-  const char* name;
-  std::uint32_t access;
-  std::u16string_view caption;
-};
-
-class XFileOpenFailure : public testing::TestWithParam<OpenFailureCase> {};
-
-TEST_P(XFileOpenFailure, PromptsUntilCancelWhenInteractive) {
-  const auto& c = GetParam();
+// An interactive open asks until Cancel (the first try and two retries here); a
+// quiet one fails at once. Any access that may change the file counts as a write.
+TEST(XFile, FailedOpenPromptsUntilCancelOnlyWhenInteractive) {
+  struct {
+    std::uint32_t access;
+    std::u16string_view caption;
+  } const cases[] = {{GENERIC_READ, u"File Read Error"},
+                     {GENERIC_WRITE, u"File Write Error"},
+                     {kReadWrite, u"File Write Error"}};
   TempDir dir;
   const std::u16string path = dir / u"missing folder" + kPathSeparator + u"file.bin";
-  ScriptedPrompts prompts({kAnswerRetry, kAnswerRetry, kAnswerCancel});
-
-  XFile file(path);
-  EXPECT_FALSE(file.Open(c.access, OPEN_EXISTING, true));
-  EXPECT_FALSE(file.IsOpen());
-  const auto shown = prompts.Shown();
-  ASSERT_EQ(shown.size(), 3u);  // the first try and two retries
-  for (const auto& prompt : shown) {
-    EXPECT_EQ(prompt.text, u"Unable to open '" + path + u"'");
-    EXPECT_EQ(prompt.caption, c.caption);
-    EXPECT_EQ(prompt.style, kRetryCancelInformation);
+  for (const auto& c : cases) {
+    for (const bool interactive : {true, false}) {
+      SCOPED_TRACE(testing::Message() << "access " << c.access << (interactive ? " interactive" : " quiet"));
+      ScriptedPrompts prompts({kAnswerRetry, kAnswerRetry, kAnswerCancel});
+      XFile file(path);
+      EXPECT_FALSE(file.Open(c.access, OPEN_EXISTING, interactive));
+      EXPECT_FALSE(file.IsOpen());
+      ExpectPrompts(prompts, interactive ? 3 : 0, u"Unable to open '" + path + u"'", c.caption);
+    }
   }
 }
 
-TEST_P(XFileOpenFailure, FailsSilentlyWhenNotInteractive) {
-  const auto& c = GetParam();
-  TempDir dir;
-  ScriptedPrompts prompts({kAnswerRetry});
-  XFile file(dir / u"missing.bin");
-  EXPECT_FALSE(file.Open(c.access, OPEN_EXISTING, false));
-  EXPECT_TRUE(prompts.Shown().empty());
-}
-
-INSTANTIATE_TEST_SUITE_P(XFile, XFileOpenFailure,
-                         testing::Values(OpenFailureCase{"Read", GENERIC_READ, u"File Read Error"},
-                                         OpenFailureCase{"Write", GENERIC_WRITE, u"File Write Error"},
-                                         OpenFailureCase{"ReadWrite", kReadWrite, u"File Write Error"}),
-                         [](const auto& p) { return std::string(p.param.name); });
-
 // Creates the missing file while the retry prompt is up, as a user fixing the
-// problem before pressing Retry would.
+// problem before answering would.
 class FixOnPrompt : public ScriptedPrompts {
  public:
   FixOnPrompt(std::u16string path, std::deque<int> answers) : ScriptedPrompts(std::move(answers)), path_(path) {}
@@ -340,147 +262,66 @@ class FixOnPrompt : public ScriptedPrompts {
   std::u16string path_;
 };
 
-TEST(XFile, RetryOpensAFileThatAppearedMeanwhile) {
-  TempDir dir;
-  const std::u16string path = dir / u"late.bin";
-  FixOnPrompt prompts(path, {kAnswerRetry});
-  XFile file(path);
-  EXPECT_TRUE(file.Open(GENERIC_READ, OPEN_EXISTING, true));
-  EXPECT_EQ(prompts.Shown().size(), 1u);
-  EXPECT_EQ(ReadAll(file, 16), "arrived");
+TEST(XFile, RetryOpensAFileThatAppearedMeanwhileCancelDoesNot) {
+  for (const int answer : {kAnswerRetry, kAnswerCancel}) {
+    TempDir dir;
+    FixOnPrompt prompts(dir / u"late.bin", {answer});
+    XFile file(dir / u"late.bin");
+    EXPECT_EQ(file.Open(GENERIC_READ, OPEN_EXISTING, true), answer == kAnswerRetry);
+    EXPECT_EQ(prompts.Shown().size(), 1u);
+    EXPECT_EQ(ReadAll(file, 16), answer == kAnswerRetry ? "arrived" : "");
+  }
 }
 
-TEST(XFile, CancelLeavesTheFileClosedEvenIfItAppeared) {
-  TempDir dir;
-  const std::u16string path = dir / u"late.bin";
-  FixOnPrompt prompts(path, {kAnswerCancel});
-  XFile file(path);
-  EXPECT_FALSE(file.Open(GENERIC_READ, OPEN_EXISTING, true));
-  EXPECT_EQ(prompts.Shown().size(), 1u);
-}
-
-struct FolderOpenCase {
-  const char* name;
-  std::uint32_t access;
-  std::uint32_t disposition;
-};
-
-class XFileFolder : public testing::TestWithParam<FolderOpenCase> {};
-
-TEST_P(XFileFolder, AFolderNeverOpensAsAFile) {
-  const auto& c = GetParam();
-  TempDir dir;
-  const std::u16string folder = dir / u"sub";
-  ASSERT_TRUE(test::MakeFolder(folder));
-  XFile file(folder);
-  EXPECT_FALSE(file.Open(c.access, c.disposition, false));
-  EXPECT_FALSE(file.IsOpen());
-}
-
-INSTANTIATE_TEST_SUITE_P(XFile, XFileFolder,
-                         testing::Values(FolderOpenCase{"Read", GENERIC_READ, OPEN_EXISTING},
-                                         FolderOpenCase{"ReadOpenAlways", GENERIC_READ, OPEN_ALWAYS},
-                                         FolderOpenCase{"Write", GENERIC_WRITE, OPEN_EXISTING},
-                                         FolderOpenCase{"ReadWriteCreateAlways", kReadWrite, CREATE_ALWAYS}),
-                         [](const auto& p) { return std::string(p.param.name); });
-
-// A transfer the handle does not allow: each Retry really tries again, Cancel ends it,
-// and the file keeps its content.
-struct TransferFailureCase {
-  const char* name;
-  std::uint32_t access;  // the handle's access: the opposite of the transfer
-  std::u16string_view text;
-  std::u16string_view caption;
-};
-
-class XFileTransferFailure : public testing::TestWithParam<TransferFailureCase> {};
-
-TEST_P(XFileTransferFailure, PromptsAndRetriesUntilCancel) {
-  const auto& c = GetParam();
+// A transfer the handle does not allow: each Retry really tries again, Cancel ends
+// it, a quiet file fails without asking, and the file keeps its content.
+TEST(XFile, FailedTransfersPromptUntilCancelOnlyWhenInteractive) {
   TempDir dir;
   const std::u16string path = dir / u"file.bin";
   ASSERT_TRUE(WriteBytes(path, "keep"));
-  ScriptedPrompts prompts({kAnswerRetry, kAnswerCancel});
-  XFile file(path);
-  ASSERT_TRUE(file.Open(c.access, OPEN_EXISTING, true));
-
-  if (c.access == GENERIC_READ) EXPECT_FALSE(WriteText(file, "new"));
-  else EXPECT_EQ(ReadAll(file, 4), "");
-  const auto shown = prompts.Shown();
-  ASSERT_EQ(shown.size(), 2u);
-  for (const auto& prompt : shown) {
-    EXPECT_EQ(prompt.text, Quoted(c.text, path));
-    EXPECT_EQ(prompt.caption, c.caption);
-    EXPECT_EQ(prompt.style, kRetryCancelInformation);
+  for (const std::uint32_t access : {GENERIC_READ, GENERIC_WRITE}) {
+    for (const bool interactive : {true, false}) {
+      SCOPED_TRACE(testing::Message() << "access " << access << (interactive ? " interactive" : " quiet"));
+      ScriptedPrompts prompts({kAnswerRetry, kAnswerCancel});
+      XFile file(path);
+      ASSERT_TRUE(file.Open(access, OPEN_EXISTING, interactive));
+      if (access == GENERIC_READ) {
+        EXPECT_FALSE(WriteText(file, "new"));
+        ExpectPrompts(prompts, interactive ? 2 : 0, u"Unable to write to '" + path + u"'", u"File Write Error");
+      } else {
+        EXPECT_EQ(ReadAll(file, 4), "");
+        ExpectPrompts(prompts, interactive ? 2 : 0, u"Unable to read from '" + path + u"'", u"File Read Error");
+      }
+    }
   }
-  file.Close();
   EXPECT_EQ(ReadBytes(path), "keep");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    XFile, XFileTransferFailure,
-    testing::Values(TransferFailureCase{"WriteThroughReadOnlyHandle", GENERIC_READ, u"Unable to write to '",
-                                        u"File Write Error"},
-                    TransferFailureCase{"ReadThroughWriteOnlyHandle", GENERIC_WRITE, u"Unable to read from '",
-                                        u"File Read Error"}),
-    [](const auto& p) { return std::string(p.param.name); });
-
-TEST(XFile, FailedTransfersAreSilentWhenNotInteractive) {
-  TempDir dir;
-  const std::u16string path = dir / u"quiet.bin";
-  ASSERT_TRUE(WriteBytes(path, "data"));
-  ScriptedPrompts prompts({kAnswerRetry, kAnswerRetry});
-
-  XFile reader(path);
-  ASSERT_TRUE(reader.Open(GENERIC_READ, OPEN_EXISTING, false));
-  EXPECT_FALSE(WriteText(reader, "x"));
-  XFile writer(path);
-  ASSERT_TRUE(writer.Open(GENERIC_WRITE, OPEN_EXISTING, false));
-  EXPECT_EQ(ReadAll(writer, 4), "");
-  EXPECT_TRUE(prompts.Shown().empty());
-}
-
-struct NullBufferCase {
-  const char* name;
-  bool interactive;
-  std::uint32_t count;
-  bool result;
-  bool prompts;
-};
-
-class XFileNullBuffer : public testing::TestWithParam<NullBufferCase> {};
-
-TEST_P(XFileNullBuffer, WritesNothing) {
-  const auto& c = GetParam();
+TEST(XFile, NullBufferWritesNothingAndSaysSoWhenInteractive) {
   TempDir dir;
   const std::u16string path = dir / u"target.bin";
   ASSERT_TRUE(WriteBytes(path, "unchanged"));
-  ScriptedPrompts prompts;
-  XFile file(path);
-  ASSERT_TRUE(file.Open(kReadWrite, OPEN_EXISTING, c.interactive));
-
-  EXPECT_EQ(file.Write(nullptr, c.count), c.result);
-  const auto shown = prompts.Shown();
-  if (c.prompts) {
-    ASSERT_EQ(shown.size(), 1u);
-    EXPECT_EQ(shown[0].text, u"Error writing a NULL buffer to file");
-    EXPECT_EQ(shown[0].caption, u"File Write Error");
-    EXPECT_EQ(shown[0].style, kOkInformation);
-  } else {
-    EXPECT_TRUE(shown.empty());
+  for (const bool interactive : {true, false}) {
+    for (const std::uint32_t count : {0u, 4u}) {
+      SCOPED_TRACE(testing::Message() << count << (interactive ? " interactive" : " quiet"));
+      ScriptedPrompts prompts;
+      XFile file(path);
+      ASSERT_TRUE(file.Open(kReadWrite, OPEN_EXISTING, interactive));
+      EXPECT_EQ(file.Write(nullptr, count), count == 0);
+      const auto shown = prompts.Shown();
+      if (interactive && count != 0) {
+        ASSERT_EQ(shown.size(), 1u);
+        EXPECT_EQ(shown[0].text, u"Error writing a NULL buffer to file");
+        EXPECT_EQ(shown[0].caption, u"File Write Error");
+        EXPECT_EQ(shown[0].style, 0x40u);  // OK, information
+      } else {
+        EXPECT_TRUE(shown.empty());
+      }
+      EXPECT_EQ(ReadAll(file, 3), "unc") << "the position did not move";
+    }
   }
-  // The position did not move and the content is intact.
-  EXPECT_EQ(ReadAll(file, 3), "unc");
-  file.Close();
   EXPECT_EQ(ReadBytes(path), "unchanged");
 }
-
-INSTANTIATE_TEST_SUITE_P(XFile, XFileNullBuffer,
-                         testing::Values(NullBufferCase{"ZeroCountInteractive", true, 0, true, false},
-                                         NullBufferCase{"ZeroCountQuiet", false, 0, true, false},
-                                         NullBufferCase{"BytesInteractive", true, 4, false, true},
-                                         NullBufferCase{"BytesQuiet", false, 4, false, false}),
-                         [](const auto& p) { return std::string(p.param.name); });
 
 }  // namespace
 }  // namespace tessaroven

@@ -155,22 +155,25 @@ std::vector<std::u16string> RowPaths(const FolderTree& tree) {
   return paths;
 }
 
+// Drive paths written space-separated: "/ /mnt/a/".
 struct RefreshCase {
   const char* name;
   bool withMusic;
-  std::vector<std::u16string> before;  // drive paths
-  std::vector<std::u16string> after;
-  std::vector<std::u16string> rows;  // top-level paths after the refresh
+  std::u16string before;  // drive paths
+  std::u16string after;
+  std::u16string rows;  // top-level paths after the refresh
   std::size_t added, removed;
 };
+
+std::vector<std::u16string> Words(const std::u16string& text) { return Split(text, u" "); }
 
 class DriveRefreshRows : public testing::TestWithParam<RefreshCase> {};
 
 TEST_P(DriveRefreshRows, PutNewDrivesInOrderAndTakeOutVanishedOnes) {
   const auto& c = GetParam();
-  const auto drives = [](const std::vector<std::u16string>& paths) {
+  const auto drives = [](const std::u16string& paths) {
     std::vector<Place> result;
-    for (const auto& path : paths) result.push_back(Drive(path));
+    for (const auto& path : Words(paths)) result.push_back(Drive(path));
     return result;
   };
   KnownPlaceFolders folders;
@@ -188,7 +191,8 @@ TEST_P(DriveRefreshRows, PutNewDrivesInOrderAndTakeOutVanishedOnes) {
   const DriveRefreshResult result = RefreshDrives(editor, lists, nodes, drives(c.after));
 
   std::vector<std::u16string> expectedRows;
-  for (const auto& path : c.rows) expectedRows.push_back(path == u"{ Network }" ? path : Native(path));
+  for (const auto& path : Words(c.rows))
+    expectedRows.push_back(path == u"{Network}" ? std::u16string(kNetworkEntry) : Native(path));
   EXPECT_EQ(RowPaths(tree), expectedRows);
   EXPECT_EQ(result.added.size(), c.added);
   EXPECT_EQ(result.removed.size(), c.removed);
@@ -217,51 +221,17 @@ TEST_P(DriveRefreshRows, PutNewDrivesInOrderAndTakeOutVanishedOnes) {
 INSTANTIATE_TEST_SUITE_P(
     Places, DriveRefreshRows,
     testing::Values(
-        RefreshCase{"Unchanged",
-                    true,
-                    {u"/", u"/mnt/a/"},
-                    {u"/", u"/mnt/a/"},
-                    {u"/m/", u"/", u"/mnt/a/", u"/v/", u"{ Network }"},
-                    0,
+        RefreshCase{"Unchanged", true, u"/ /mnt/a/", u"/ /mnt/a/", u"/m/ / /mnt/a/ /v/ {Network}", 0, 0},
+        RefreshCase{"NewBetween", true, u"/ /mnt/c/", u"/ /mnt/b/ /mnt/c/", u"/m/ / /mnt/b/ /mnt/c/ /v/ {Network}", 1,
                     0},
-        RefreshCase{"NewBetween",
-                    true,
-                    {u"/", u"/mnt/c/"},
-                    {u"/", u"/mnt/b/", u"/mnt/c/"},
-                    {u"/m/", u"/", u"/mnt/b/", u"/mnt/c/", u"/v/", u"{ Network }"},
-                    1,
+        RefreshCase{"NewAtTheEndOfTheDrives", true, u"/", u"/ /mnt/z/ /srv/", u"/m/ / /mnt/z/ /srv/ /v/ {Network}", 2,
                     0},
-        RefreshCase{"NewAtTheEndOfTheDrives",
-                    true,
-                    {u"/"},
-                    {u"/", u"/mnt/z/", u"/srv/"},
-                    {u"/m/", u"/", u"/mnt/z/", u"/srv/", u"/v/", u"{ Network }"},
-                    2,
-                    0},
-        RefreshCase{"VanishedInTheMiddle",
-                    true,
-                    {u"/", u"/mnt/b/", u"/mnt/c/"},
-                    {u"/", u"/mnt/c/"},
-                    {u"/m/", u"/", u"/mnt/c/", u"/v/", u"{ Network }"},
-                    0,
+        RefreshCase{"VanishedInTheMiddle", true, u"/ /mnt/b/ /mnt/c/", u"/ /mnt/c/", u"/m/ / /mnt/c/ /v/ {Network}", 0,
                     1},
-        RefreshCase{"OneGoesOneComes",
-                    true,
-                    {u"/", u"/mnt/b/"},
-                    {u"/", u"/mnt/c/"},
-                    {u"/m/", u"/", u"/mnt/c/", u"/v/", u"{ Network }"},
-                    1,
-                    1},
-        RefreshCase{"AllReplacedGoAfterTheMusic",
-                    true,
-                    {u"/a/", u"/b/"},
-                    {u"/c/", u"/d/"},
-                    {u"/m/", u"/c/", u"/d/", u"/v/", u"{ Network }"},
-                    2,
-                    2},
-        RefreshCase{
-            "NoMusicNewDriveFirst", false, {u"/b/"}, {u"/a/", u"/b/"}, {u"/a/", u"/b/", u"/v/", u"{ Network }"}, 1, 0},
-        RefreshCase{"NoDrivesLeft", false, {u"/b/"}, {}, {u"/v/", u"{ Network }"}, 0, 1}),
+        RefreshCase{"OneGoesOneComes", true, u"/ /mnt/b/", u"/ /mnt/c/", u"/m/ / /mnt/c/ /v/ {Network}", 1, 1},
+        RefreshCase{"AllReplacedGoAfterTheMusic", true, u"/a/ /b/", u"/c/ /d/", u"/m/ /c/ /d/ /v/ {Network}", 2, 2},
+        RefreshCase{"NoMusicNewDriveFirst", false, u"/b/", u"/a/ /b/", u"/a/ /b/ /v/ {Network}", 1, 0},
+        RefreshCase{"NoDrivesLeft", false, u"/b/", u"", u"/v/ {Network}", 0, 1}),
     [](const auto& p) { return std::string(p.param.name); });
 
 TEST(Places, RefreshKeepsAnExpandedDriveWithItsChildrenAndStates) {

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "base/text.h"
+
 namespace tessaroven {
 namespace {
 
@@ -119,7 +121,10 @@ struct ExpectedDrive {
   std::u16string path;
   int type;
   std::u16string label;
+  bool operator==(const ExpectedDrive&) const = default;
 };
+
+void PrintTo(const ExpectedDrive& d, std::ostream* os) { *os << Utf16ToUtf8(d.label) << " type " << d.type; }
 
 TEST(MountTable, DrivesAreSortedListedOnceAndLabelledWithTypeAndPlace) {
   const std::vector<MountEntry> entries = ParseMountInfo(
@@ -147,12 +152,7 @@ TEST(MountTable, DrivesAreSortedListedOnceAndLabelledWithTypeAndPlace) {
       // lower-case path as a byte order would.
       {u"/Mnt2/", kDriveRamDisk, u"RAM Disk (/Mnt2)"},
   };
-  ASSERT_EQ(got.size(), expected.size());
-  for (std::size_t i = 0; i < got.size(); ++i) {
-    EXPECT_EQ(got[i].path, expected[i].path) << i;
-    EXPECT_EQ(got[i].type, expected[i].type) << i;
-    EXPECT_EQ(got[i].label, expected[i].label) << i;
-  }
+  EXPECT_EQ(got, expected);
 }
 
 TEST(MountTable, AMountPointThatIsNotUtf8SurvivesIntoThePath) {

@@ -76,15 +76,5 @@ TEST(SummaryTest, CountsWhatWentWrong) {
             u"Cancelled. Converted 0 of 3 files into /o/ in 1.0 s; 3 cancelled.\n");
 }
 
-TEST(FinishedLineTest, SaysWhatHappenedAndWhy) {
-  FileStatus file{u"/in/a.wav", u"/out/a.flac", 0, FileState::kDone, 1, u""};
-  EXPECT_EQ(FinishedLine(file), u"Converted  /in/a.wav -> /out/a.flac\n");
-  file.state = FileState::kFailed;
-  file.message = u"The file has no audio stream.";
-  EXPECT_EQ(FinishedLine(file), u"Failed     /in/a.wav: The file has no audio stream.\n");
-  file.state = FileState::kConverting;
-  EXPECT_EQ(FinishedLine(file), u"");
-}
-
 }  // namespace
 }  // namespace kovantrix

@@ -144,10 +144,8 @@ TEST_F(SettingsFileTest, WithoutXdgConfigHomeTheFileIsInHomeConfig) {
 }
 
 TEST_F(SettingsFileTest, EmptyKeyPathTouchesNoFile) {
-  const SettingsKeyPath none = std::u16string_view();
-  EXPECT_FALSE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, none));
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, none), 0u);
-  EXPECT_EQ(SettingsGetString(u"V", SettingsRoot::CurrentUser, none), u"");
+  EXPECT_FALSE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, std::u16string_view()));
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, std::u16string_view()), 0u);
   EXPECT_FALSE(test::FileExists(Folder()));
 }
 
@@ -373,46 +371,30 @@ INSTANTIATE_TEST_SUITE_P(
                     {{u"\u00C9", 4}}}),
     [](const auto& p) { return std::string(p.param.name); });
 
-struct BadCase {
-  const char* name;
-  std::string bytes;
-  // Names the case in test listings instead of dumping its bytes.
-  friend void PrintTo(const BadCase& c, std::ostream* os) { *os << c.name; }
-};
-
-class SettingsUnreadableFile : public SettingsFileTest, public testing::WithParamInterface<BadCase> {};
-
-TEST_P(SettingsUnreadableFile, IsKeptAsideBeforeANewFileIsWritten) {
+// A file that is no registry export is not trusted, nor overwritten: each one is
+// kept aside under its own name before a new file is written.
+TEST_F(SettingsFileTest, UnreadableFilesAreKeptAsideBeforeANewFileIsWritten) {
+  const std::string unreadable[] = {
+      std::string("\0\x01\x02\xFF\xFE garbage\n", 14),
+      "REGEDIT4\n\n[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n\"A\"=dword:00000005\n",
+      std::string("W\0i\0n\0d\0o\0w\0s\0\r\0\n\0", 18)};
   ASSERT_TRUE(test::MakeFolder(Folder()));
-  ASSERT_TRUE(test::WriteBytes(File(), GetParam().bytes));
-  // Values it might hold are not trusted: they read as absent.
-  EXPECT_EQ(SettingsGetDword(u"A", SettingsRoot::CurrentUser, kKey), 0u);
-  ASSERT_TRUE(SettingsSetDword(1, u"A", SettingsRoot::CurrentUser, kKey));
-  const auto bad = BadFiles();
-  ASSERT_EQ(bad.size(), 1u);
-  EXPECT_EQ(test::ReadBytes(Folder() + Utf8ToUtf16(bad[0])), GetParam().bytes);
-  EXPECT_TRUE(RegFile::Parse(Text()).has_value());
-  EXPECT_EQ(SettingsGetDword(u"A", SettingsRoot::CurrentUser, kKey), 1u);
-}
-
-INSTANTIATE_TEST_SUITE_P(Settings, SettingsUnreadableFile,
-                         testing::Values(BadCase{"Binary", std::string("\0\x01\x02\xFF\xFE garbage\n", 14)},
-                                         BadCase{"Regedit4",
-                                                 "REGEDIT4\n\n[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n"
-                                                 "\"A\"=dword:00000005\n"},
-                                         BadCase{"Utf16WithoutBom", std::string("W\0i\0n\0d\0o\0w\0s\0\r\0\n\0", 18)}),
-                         [](const auto& p) { return std::string(p.param.name); });
-
-TEST_F(SettingsFileTest, EveryUnreadableFileIsKept) {
-  ASSERT_TRUE(test::MakeFolder(Folder()));
-  for (const char* content : {"first garbage", "second garbage", "third garbage"}) {
-    ASSERT_TRUE(test::WriteBytes(File(), content));
+  for (const auto& bytes : unreadable) {
+    ASSERT_TRUE(test::WriteBytes(File(), bytes));
+    // Values it might hold read as absent; the later files are written over unread.
+    if (&bytes == unreadable) {
+      EXPECT_EQ(SettingsGetDword(u"A", SettingsRoot::CurrentUser, kKey), 0u);
+    }
     ASSERT_TRUE(SettingsSetDword(1, u"A", SettingsRoot::CurrentUser, kKey));
+    EXPECT_TRUE(RegFile::Parse(Text()).has_value());
+    EXPECT_EQ(SettingsGetDword(u"A", SettingsRoot::CurrentUser, kKey), 1u);
   }
   std::vector<std::string> kept;
   for (const auto& name : BadFiles()) kept.push_back(test::ReadBytes(Folder() + Utf8ToUtf16(name)));
   std::sort(kept.begin(), kept.end());
-  EXPECT_EQ(kept, (std::vector<std::string>{"first garbage", "second garbage", "third garbage"}));
+  std::vector<std::string> expected(std::begin(unreadable), std::end(unreadable));
+  std::sort(expected.begin(), expected.end());
+  EXPECT_EQ(kept, expected);
 }
 
 // ---- Several processes ---------------------------------------------------------------------

@@ -60,36 +60,33 @@ TEST_P(SettingsReading, GettersAcceptOnlyTheirOwnType) {
 
 INSTANTIATE_TEST_SUITE_P(
     Settings, SettingsReading,
-    testing::Values(StoredCase{"Dword", kRegDword, {42, 0, 0, 0}, 42, u""},
-                    StoredCase{"DwordAllBits", kRegDword, {0xFF, 0xFF, 0xFF, 0xFF}, 0xFFFFFFFF, u""},
+    testing::Values(StoredCase{"DwordAllBits", kRegDword, {0xFF, 0xFF, 0xFF, 0xFF}, 0xFFFFFFFF, u""},
                     StoredCase{"DwordBytesOrder", kRegDword, {0x78, 0x56, 0x34, 0x12}, 0x12345678, u""},
-                    StoredCase{"TextOfDigitsIsNoDword", kRegSz, Utf16Bytes(u"42"), 0, u"42"},
                     StoredCase{"FourBinaryBytesAreNoDword", kRegBinary, {42, 0, 0, 0}, 0, u""},
                     StoredCase{"ExpandSzIsTakenLiterally", kRegExpandSz, Utf16Bytes(u"%SystemRoot%\\x"), 0,
                                u"%SystemRoot%\\x"},
                     StoredCase{"ZeroLengthText", kRegSz, {}, 0, u""},
-                    StoredCase{"EmptyText", kRegSz, Utf16Bytes(u""), 0, u""},
                     StoredCase{"TextWithoutTerminator", kRegSz, Utf16Bytes(u"abc", false), 0, u"abc", true},
                     StoredCase{"TextEndsAtFirstNul", kRegSz, Utf16Bytes(std::u16string(u"ab\0cd", 5)), 0, u"ab"},
-                    StoredCase{"CrJoinedList", kRegSz, Utf16Bytes(u"Name\rSize\rArtist"), 0, u"Name\rSize\rArtist"},
                     StoredCase{"NonAsciiText", kRegSz, Utf16Bytes(u"Gr\u00F6\u00DFe \u65E5\U0001F3B5"), 0,
                                u"Gr\u00F6\u00DFe \u65E5\U0001F3B5"},
-                    StoredCase{"MultiSzIsNoText", 7, Utf16Bytes(std::u16string(u"a\0b\0", 4)), 0, u""},
-                    StoredCase{"BinaryIsNoText", kRegBinary, {0x61, 0, 0, 0}, 0, u""}),
+                    StoredCase{"MultiSzIsNoText", 7, Utf16Bytes(std::u16string(u"a\0b\0", 4)), 0, u""}),
     [](const auto& p) { return std::string(p.param.name); });
 
 // ---- Writing -----------------------------------------------------------------------------
 
 TEST_F(SettingsTest, TypedSettersRoundTrip) {
+  std::u16string text = u"C:\\Music\\\"Best\" of \u00E9\r";
+  for (int i = 0; i < 5000; ++i) text += static_cast<char16_t>(u'a' + i % 26);
   EXPECT_TRUE(SettingsSetDword(0xCAFEF00D, u"Number", SettingsRoot::CurrentUser, Path()));
-  EXPECT_TRUE(SettingsSetString(u"C:\\Music\\\"Best\" of", u"Text", SettingsRoot::CurrentUser, Path()));
+  EXPECT_TRUE(SettingsSetString(text, u"Text", SettingsRoot::CurrentUser, Path()));
   EXPECT_EQ(SettingsGetDword(u"Number", SettingsRoot::CurrentUser, Path()), 0xCAFEF00Du);
-  EXPECT_EQ(SettingsGetString(u"Text", SettingsRoot::CurrentUser, Path()), u"C:\\Music\\\"Best\" of");
+  EXPECT_EQ(SettingsGetString(u"Text", SettingsRoot::CurrentUser, Path()), text);
   // A text setting is kept as REG_SZ with its terminating NUL.
   const auto raw = test::SettingsGetRaw(u"Text", SettingsRoot::CurrentUser, Path());
   ASSERT_TRUE(raw.has_value());
   EXPECT_EQ(raw->type, kRegSz);
-  EXPECT_EQ(raw->data, Utf16Bytes(u"C:\\Music\\\"Best\" of"));
+  EXPECT_EQ(raw->data, Utf16Bytes(text));
 }
 
 TEST_F(SettingsTest, OverwritingReplacesValueAndType) {
@@ -99,14 +96,6 @@ TEST_F(SettingsTest, OverwritingReplacesValueAndType) {
   ASSERT_TRUE(SettingsSetDword(9, u"V", SettingsRoot::CurrentUser, Path()));
   EXPECT_EQ(SettingsGetString(u"V", SettingsRoot::CurrentUser, Path()), u"");
   EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, Path()), 9u);
-}
-
-TEST_F(SettingsTest, LongTextRoundTrips) {
-  std::u16string text;
-  for (int i = 0; i < 5000; ++i) text += static_cast<char16_t>(u'a' + i % 26);
-  text += u"\u00E9\r\"\\";
-  ASSERT_TRUE(SettingsSetString(text, u"Long", SettingsRoot::CurrentUser, Path()));
-  EXPECT_EQ(SettingsGetString(u"Long", SettingsRoot::CurrentUser, Path()), text);
 }
 
 TEST_F(SettingsTest, NamesAndKeyPathsIgnoreAsciiCase) {
@@ -139,15 +128,10 @@ TEST_F(SettingsTest, MissingValuesReadAsZeroOrEmpty) {
 
 TEST_F(SettingsTest, EmptyKeyPathMakesEveryCallANoOp) {
   const SettingsKeyPath none = std::u16string_view();
-  const std::uint8_t bytes[4] = {1, 0, 0, 0};
-  EXPECT_FALSE(SettingsOpenKey(kKeyQueryValue, SettingsRoot::CurrentUser, none));
   EXPECT_FALSE(SettingsOpenKey(kKeyWrite, SettingsRoot::CurrentUser, none));
   EXPECT_FALSE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, none));
-  EXPECT_FALSE(SettingsSetString(u"x", u"V", SettingsRoot::CurrentUser, none));
-  EXPECT_FALSE(SettingsSetValue(bytes, 4, kRegDword, u"V", SettingsRoot::CurrentUser, none));
   EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, none), 0u);
   EXPECT_EQ(SettingsGetString(u"V", SettingsRoot::CurrentUser, none), u"");
-  EXPECT_FALSE(test::SettingsGetRaw(u"V", SettingsRoot::CurrentUser, none).has_value());
 }
 
 class SettingsDefaults : public SettingsTest {
@@ -166,11 +150,6 @@ class SettingsDefaults : public SettingsTest {
   std::u16string savedPath_;
 };
 
-TEST_F(SettingsDefaults, StartWithTheProgramsKey) {
-  EXPECT_EQ(DefaultSettingsRoot(), SettingsRoot::CurrentUser);
-  EXPECT_EQ(DefaultSettingsKeyPath(), u"Software\\Orvandelle\\Tessaroven");
-}
-
 TEST_F(SettingsDefaults, AbsentRootAndPathMeanTheDefaults) {
   SetDefaultSettingsRoot(SettingsRoot::CurrentUser);
   SetDefaultSettingsKeyPath(PathText());
@@ -179,16 +158,6 @@ TEST_F(SettingsDefaults, AbsentRootAndPathMeanTheDefaults) {
   EXPECT_EQ(SettingsGetDword(u"ViaDefault", SettingsRoot::CurrentUser, Path()), 77u);
   EXPECT_EQ(SettingsGetString(u"TextViaDefault", SettingsRoot::CurrentUser, Path()), u"t");
   EXPECT_EQ(SettingsGetDword(u"ViaDefault"), 77u);
-}
-
-TEST_F(SettingsDefaults, EmptyDefaultPathMakesDefaultCallsNoOps) {
-  SetDefaultSettingsKeyPath(u"");
-  EXPECT_FALSE(SettingsSetDword(1, u"V"));
-  EXPECT_EQ(SettingsGetDword(u"V"), 0u);
-  EXPECT_EQ(SettingsGetString(u"V"), u"");
-  // An explicit path still works.
-  EXPECT_TRUE(SettingsSetDword(2, u"V", SettingsRoot::Default, Path()));
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, Path()), 2u);
 }
 
 // ---- Threads -------------------------------------------------------------------------------

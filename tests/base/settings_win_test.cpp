@@ -48,21 +48,6 @@ TEST(SettingsRegistry, ValuesLandInTheRegistry) {
   EXPECT_EQ(std::wstring(text), L"\u00E9t\u00E9");
 }
 
-TEST(SettingsRegistry, ValuesWrittenByOthersAreRead) {
-  test::ScopedSettingsKey key;
-  HKEY handle = nullptr;
-  ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, ToOsString(key.Path()).c_str(), 0, nullptr, 0, KEY_WRITE, nullptr,
-                            &handle, nullptr),
-            ERROR_SUCCESS);
-  const wchar_t expand[] = L"%TEMP%\\x";
-  RegSetValueExW(handle, L"Expand", 0, REG_EXPAND_SZ, reinterpret_cast<const BYTE*>(expand), sizeof expand);
-  const DWORD binary = 7;
-  RegSetValueExW(handle, L"Binary", 0, REG_BINARY, reinterpret_cast<const BYTE*>(&binary), sizeof binary);
-  RegCloseKey(handle);
-  EXPECT_EQ(SettingsGetString(u"Expand", SettingsRoot::CurrentUser, key.Path()), u"%TEMP%\\x");
-  EXPECT_EQ(SettingsGetDword(u"Binary", SettingsRoot::CurrentUser, key.Path()), 0u);
-}
-
 TEST(SettingsRegistry, ReadingCreatesTheKey) {
   test::ScopedSettingsKey key;
   const std::wstring path = ToOsString(key.Path()) + L"\\Created";

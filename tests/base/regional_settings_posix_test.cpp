@@ -47,22 +47,20 @@ class ScopedLcAll {
   std::optional<std::string> old_;
 };
 
-class RegionalCLocale : public testing::TestWithParam<const char*> {};
-
-TEST_P(RegionalCLocale, StillGroupsWithComma) {
-  const ScopedLcAll locale(GetParam());
-  const RegionalValues values = PlatformRegionalValues();
-  EXPECT_EQ(values.decimal, u".");
-  EXPECT_EQ(values.thousand, u"");
-  EXPECT_EQ(values.grouping, u"");
-  EXPECT_EQ(values.time, u":");
-  // The C locale has no group separator; the fallback keeps numbers grouped.
-  const RegionalSettings regional = ResolveRegionalSettings({}, values);
-  EXPECT_EQ(FormatSize(1024 * 1024 - 1, false, regional), u"1,024 KB");
-  EXPECT_EQ(FormatSize(-1024 * 1024, false, regional), u"-1.00 MB");
+TEST(RegionalPosix, CLocalesStillGroupWithComma) {
+  for (const char* name : {"C", "C.UTF-8", "POSIX"}) {
+    const ScopedLcAll locale(name);
+    const RegionalValues values = PlatformRegionalValues();
+    EXPECT_EQ(values.decimal, u".") << name;
+    EXPECT_EQ(values.thousand, u"") << name;
+    EXPECT_EQ(values.grouping, u"") << name;
+    EXPECT_EQ(values.time, u":") << name;
+    // The C locale has no group separator; the fallback keeps numbers grouped.
+    const RegionalSettings regional = ResolveRegionalSettings({}, values);
+    EXPECT_EQ(FormatSize(1024 * 1024 - 1, false, regional), u"1,024 KB") << name;
+    EXPECT_EQ(FormatSize(-1024 * 1024, false, regional), u"-1.00 MB") << name;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Regional, RegionalCLocale, testing::Values("C", "C.UTF-8", "POSIX"));
 
 TEST(RegionalPosix, UnknownLocaleGivesFallbacks) {
   // A LANG naming a locale that is not installed is common on minimal systems.

@@ -38,18 +38,6 @@ namespace {
 
 constexpr std::int64_t kMb = 1024 * 1024;
 
-// ---------------------------------------------------------------------------------
-// Which source wins, value by value
-
-struct ResolveCase {
-  const char* name;
-  RegionalValues stored;
-  RegionalValues platform;
-  RegionalSettings expected;
-
-  friend void PrintTo(const ResolveCase& c, std::ostream* os) { *os << c.name; }
-};
-
 // Values by their registry names, as a user would type them in.
 RegionalValues Values(std::initializer_list<std::pair<std::u16string_view, std::u16string>> named) {
   RegionalValues values;
@@ -62,8 +50,6 @@ RegionalValues Values(std::initializer_list<std::pair<std::u16string_view, std::
       values.grouping = text;
     else if (name == u"sNegativeSign")
       values.negativeSign = text;
-    else if (name == u"sPositiveSign")
-      values.positiveSign = text;
     else if (name == u"sThousand")
       values.thousand = text;
     else if (name == u"sDecimal")
@@ -82,107 +68,56 @@ RegionalSettings With(void (*change)(RegionalSettings&)) {
   return s;
 }
 
-class ResolveTable : public testing::TestWithParam<ResolveCase> {};
-
-TEST_P(ResolveTable, TakesStoredThenPlatformThenFallback) {
-  const auto& c = GetParam();
-  EXPECT_EQ(ResolveRegionalSettings(c.stored, c.platform), c.expected);
+TEST(Regional, ResolveTakesStoredThenPlatformThenFallback) {
+  struct {
+    const char* name;
+    RegionalValues stored, platform;
+    RegionalSettings expected;
+  } const cases[] = {
+      {"NothingAnywhere", Values({}), Values({}), RegionalSettings{}},
+      {"PlatformFillsWhatStoreLacks", Values({{u"sDecimal", u","}}),
+       Values({{u"sDecimal", u"'"}, {u"sThousand", u"\u00A0"}, {u"sTime", u"."}}), With([](RegionalSettings& s) {
+         s.decimalSign = u",";
+         s.thousandSeparator = u"\u00A0";
+         s.timeSeparator = u".";
+       })},
+      {"LeadingZeroOnlyFirstCharacterCounts", Values({{u"iLZero", u"01"}}), Values({}),
+       With([](RegionalSettings& s) { s.leadingZero = false; })},
+      {"LeadingZeroOnByStoreOverridesPlatform", Values({{u"iLZero", u"1"}}), Values({{u"iLZero", u"0"}}),
+       RegionalSettings{}},
+      {"NegativeLayoutWithPlusSignAndTrailingText", Values({{u"iNegNumber", u"+2 "}}), Values({}),
+       With([](RegionalSettings& s) { s.negativeNumberLayout = 2; })},
+      {"NegativeLayoutOutOfRangeFallsToPlatform", Values({{u"iNegNumber", u"7"}}), Values({{u"iNegNumber", u"0"}}),
+       With([](RegionalSettings& s) { s.negativeNumberLayout = 0; })},
+      {"NegativeLayoutNegativeIsUnusable", Values({{u"iNegNumber", u"-1"}}), Values({}), RegionalSettings{}},
+      {"NegativeLayoutHugeIsUnusable", Values({{u"iNegNumber", u"40000000000000000000003"}}), Values({}),
+       RegionalSettings{}},
+      {"NegativeLayoutWithoutDigitsIsUnusable", Values({{u"iNegNumber", u"two"}}), Values({}), RegionalSettings{}},
+      {"IndianGroupingFromStore", Values({{u"sGrouping", u"3;2;0"}}), Values({}),
+       With([](RegionalSettings& s) { s.indianGrouping = true; })},
+      {"OtherGroupingIsGroupsOfThree", Values({{u"sGrouping", u"3;2"}}), Values({{u"sGrouping", u"3;2;0"}}),
+       RegionalSettings{}},
+      {"NegativeSignCutToFive", Values({{u"sNegativeSign", u"minus!"}}), Values({}),
+       With([](RegionalSettings& s) { s.negativeSign = u"minus"; })},
+      {"NegativeSignCutKeepsSurrogatePairsWhole", Values({{u"sNegativeSign", u"abcd\U0001F600"}}), Values({}),
+       With([](RegionalSettings& s) { s.negativeSign = u"abcd"; })},
+  };
+  for (const auto& c : cases) EXPECT_EQ(ResolveRegionalSettings(c.stored, c.platform), c.expected) << c.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Regional, ResolveTable,
-    testing::Values(ResolveCase{"NothingAnywhereGivesFallbacks", Values({}), Values({}), RegionalSettings{}},
-                    ResolveCase{"StoredBeatsPlatform", Values({{u"sDecimal", u","}}), Values({{u"sDecimal", u"'"}}),
-                                With([](RegionalSettings& s) { s.decimalSign = u","; })},
-                    ResolveCase{"PlatformFillsWhatStoreLacks", Values({{u"sDecimal", u","}}),
-                                Values({{u"sThousand", u"\u00A0"}, {u"sTime", u"."}}), With([](RegionalSettings& s) {
-                                  s.decimalSign = u",";
-                                  s.thousandSeparator = u"\u00A0";
-                                  s.timeSeparator = u".";
-                                })},
-                    ResolveCase{"LeadingZeroOffByStore", Values({{u"iLZero", u"0"}}), Values({}),
-                                With([](RegionalSettings& s) { s.leadingZero = false; })},
-                    ResolveCase{"LeadingZeroOnlyFirstCharacterCounts", Values({{u"iLZero", u"01"}}), Values({}),
-                                With([](RegionalSettings& s) { s.leadingZero = false; })},
-                    ResolveCase{"LeadingZeroOnByStoreOverridesPlatform", Values({{u"iLZero", u"1"}}),
-                                Values({{u"iLZero", u"0"}}), RegionalSettings{}},
-                    ResolveCase{"LeadingZeroOffByPlatform", Values({}), Values({{u"iLZero", u"0"}}),
-                                With([](RegionalSettings& s) { s.leadingZero = false; })},
-                    ResolveCase{"NegativeLayoutParsed", Values({{u"iNegNumber", u"3"}}), Values({}),
-                                With([](RegionalSettings& s) { s.negativeNumberLayout = 3; })},
-                    ResolveCase{"NegativeLayoutWithPlusSign", Values({{u"iNegNumber", u"+2"}}), Values({}),
-                                With([](RegionalSettings& s) { s.negativeNumberLayout = 2; })},
-                    ResolveCase{"NegativeLayoutTrailingTextIgnored", Values({{u"iNegNumber", u"4 "}}), Values({}),
-                                With([](RegionalSettings& s) { s.negativeNumberLayout = 4; })},
-                    ResolveCase{"NegativeLayoutOutOfRangeFallsToPlatform", Values({{u"iNegNumber", u"7"}}),
-                                Values({{u"iNegNumber", u"0"}}),
-                                With([](RegionalSettings& s) { s.negativeNumberLayout = 0; })},
-                    ResolveCase{"NegativeLayoutNegativeIsUnusable", Values({{u"iNegNumber", u"-1"}}), Values({}),
-                                RegionalSettings{}},
-                    ResolveCase{"NegativeLayoutHugeIsUnusable", Values({{u"iNegNumber", u"40000000000000000000003"}}),
-                                Values({}), RegionalSettings{}},
-                    ResolveCase{"NegativeLayoutWithoutDigitsIsUnusable", Values({{u"iNegNumber", u"two"}}), Values({}),
-                                RegionalSettings{}},
-                    ResolveCase{"IndianGroupingFromStore", Values({{u"sGrouping", u"3;2;0"}}), Values({}),
-                                With([](RegionalSettings& s) { s.indianGrouping = true; })},
-                    ResolveCase{"OtherGroupingIsGroupsOfThree", Values({{u"sGrouping", u"3;2"}}),
-                                Values({{u"sGrouping", u"3;2;0"}}), RegionalSettings{}},
-                    ResolveCase{"NegativeSignCutToFive", Values({{u"sNegativeSign", u"minus!"}}), Values({}),
-                                With([](RegionalSettings& s) { s.negativeSign = u"minus"; })},
-                    ResolveCase{"NegativeSignCutKeepsSurrogatePairsWhole",
-                                Values({{u"sNegativeSign", u"abcd\U0001F600"}}), Values({}),
-                                With([](RegionalSettings& s) { s.negativeSign = u"abcd"; })}),
-    [](const auto& p) { return std::string(p.param.name); });
+// POSIX locale data in the registry's form.
+TEST(Regional, LocaleGroupingAndTimePatternsTranslate) {
+  const std::pair<std::string, std::u16string> groupings[] = {{"", u""},        {"\3", u"3;0"}, {"\3\2", u"3;2;0"},
+                                                              {"\3\x7f", u"3"}, {"\x7f", u""},  {"\x0c", u"12;0"}};
+  for (const auto& [bytes, expected] : groupings) EXPECT_EQ(GroupingFromLocale(bytes), expected) << bytes.size();
 
-// ---------------------------------------------------------------------------------
-// Translating POSIX locale data
-
-struct GroupingCase {
-  const char* name;
-  std::string bytes;
-  std::u16string expected;
-
-  friend void PrintTo(const GroupingCase& c, std::ostream* os) { *os << c.name; }
-};
-
-class GroupingTable : public testing::TestWithParam<GroupingCase> {};
-
-TEST_P(GroupingTable, BecomesRegistryForm) { EXPECT_EQ(GroupingFromLocale(GetParam().bytes), GetParam().expected); }
-
-INSTANTIATE_TEST_SUITE_P(Regional, GroupingTable,
-                         testing::Values(GroupingCase{"NoneInCLocale", "", u""}, GroupingCase{"Threes", "\3", u"3;0"},
-                                         GroupingCase{"ThreesSpelledTwice", "\3\3", u"3;3;0"},
-                                         GroupingCase{"Indian", "\3\2", u"3;2;0"},
-                                         GroupingCase{"NoRepeatAfterCharMax", "\3\x7f", u"3"},
-                                         GroupingCase{"CharMaxFirstMeansNoGrouping", "\x7f", u""},
-                                         GroupingCase{"TwoDigitGroup", "\x0c", u"12;0"}),
-                         [](const auto& p) { return std::string(p.param.name); });
-
-struct TimePatternCase {
-  const char* name;
-  std::u16string pattern;
-  std::u16string expected;
-
-  friend void PrintTo(const TimePatternCase& c, std::ostream* os) { *os << c.name; }
-};
-
-class TimePatternTable : public testing::TestWithParam<TimePatternCase> {};
-
-TEST_P(TimePatternTable, FindsSeparatorAfterHour) {
-  EXPECT_EQ(TimeSeparatorFromPattern(GetParam().pattern), GetParam().expected);
+  const std::pair<std::u16string, std::u16string> patterns[] = {
+      {u"%H.%M.%S", u"."},          {u"%p %I:%M:%S", u":"},           {u"%T", u":"}, {u"%R", u":"},   {u"%r", u":"},
+      {u"%-OH\u00B7%M", u"\u00B7"}, {u"%k\u65F6%M\u5206", u"\u65F6"}, {u"%%H", u""}, {u"%M %H", u""}, {u"", u""},
+  };
+  for (const auto& [pattern, expected] : patterns)
+    EXPECT_EQ(TimeSeparatorFromPattern(pattern), expected) << Utf16ToUtf8(pattern);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Regional, TimePatternTable,
-    testing::Values(TimePatternCase{"Colon", u"%H:%M:%S", u":"}, TimePatternCase{"Dot", u"%H.%M.%S", u"."},
-                    TimePatternCase{"TwelveHourAfterAmPm", u"%p %I:%M:%S", u":"},
-                    TimePatternCase{"ShortHandT", u"%T", u":"}, TimePatternCase{"ShortHandR", u"%R", u":"},
-                    TimePatternCase{"AmericanShortHand", u"%r", u":"},
-                    TimePatternCase{"FlagsAndModifiers", u"%-OH\u00B7%M", u"\u00B7"},
-                    TimePatternCase{"WordSeparator", u"%k\u65F6%M\u5206", u"\u65F6"},
-                    TimePatternCase{"LiteralPercentIsNoHour", u"%%H", u""}, TimePatternCase{"HourAtEnd", u"%M %H", u""},
-                    TimePatternCase{"Empty", u"", u""}),
-    [](const auto& p) { return std::string(p.param.name); });
 
 // ---------------------------------------------------------------------------------
 // The real settings store
@@ -224,70 +159,36 @@ class RegionalStore : public testing::Test {
   std::array<std::optional<test::SettingsRawValue>, 8> saved_;
 };
 
-struct StoredSetup {
-  const char* name;
-  std::vector<std::pair<std::u16string_view, std::u16string_view>> values;
-  std::int64_t bytes;
-  std::u16string size;
-  std::int64_t milliseconds;
-  DurationStyle style;
-  std::u16string duration;
-
-  friend void PrintTo(const StoredSetup& c, std::ostream* os) { *os << c.name; }
-};
-
-class RegionalStoreTable : public RegionalStore, public testing::WithParamInterface<StoredSetup> {};
-
-TEST_P(RegionalStoreTable, StoredValuesReachTheFormatters) {
-  const auto& c = GetParam();
-  EraseAll();
-  for (const auto& [name, text] : c.values) Store(name, text);
-  ReloadRegionalSettings();
-  EXPECT_EQ(FormatSize(c.bytes), c.size);
-  EXPECT_EQ(FormatDuration(c.milliseconds, c.style, 2), c.duration);
+TEST_F(RegionalStore, StoredValuesReachTheFormatters) {
+  constexpr auto kSeconds = DurationStyle::kSeconds;
+  constexpr auto kInt64Max = std::numeric_limits<std::int64_t>::max();
+  struct {
+    std::vector<std::pair<std::u16string_view, std::u16string_view>> values;
+    std::int64_t bytes;
+    std::u16string size;
+    std::int64_t milliseconds;
+    DurationStyle style;
+    std::u16string duration;
+  } const cases[] = {
+      {{{u"sDecimal", u","}, {u"sThousand", u"."}}, kMb - 1, u"1.024 KB", 12345, kSeconds, u"12,35 seconds"},
+      {{{u"sGrouping", u"3;2;0"}}, kInt64Max, u"83,88,608.00 TB", 123456789, kSeconds, u"1,23,456.79 seconds"},
+      {{{u"iLZero", u"0"}}, kMb / 2, u"512 KB", 500, kSeconds, u".50 seconds"},
+      {{{u"iNegNumber", u"0"}, {u"sTime", u"."}}, -kMb, u"(1.00) MB", 3725120, DurationStyle::kClock, u"1.02.05.12"},
+      {{{u"iNegNumber", u"4"}, {u"sNegativeSign", u"minus!"}},
+       -kMb,
+       u"1.00 minus MB",
+       -1500,
+       kSeconds,
+       u"-1.50 seconds"},
+  };
+  for (const auto& c : cases) {
+    EraseAll();
+    for (const auto& [name, text] : c.values) Store(name, text);
+    ReloadRegionalSettings();
+    EXPECT_EQ(FormatSize(c.bytes), c.size);
+    EXPECT_EQ(FormatDuration(c.milliseconds, c.style, 2), c.duration);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Regional, RegionalStoreTable,
-    testing::Values(
-        StoredSetup{"German",
-                    {{u"sDecimal", u","}, {u"sThousand", u"."}},
-                    kMb - 1,
-                    u"1.024 KB",
-                    12345,
-                    DurationStyle::kSeconds,
-                    u"12,35 seconds"},
-        StoredSetup{"GermanMegabytes",
-                    {{u"sDecimal", u","}, {u"sThousand", u"."}},
-                    kMb,
-                    u"1,00 MB",
-                    3725000,
-                    DurationStyle::kWords,
-                    u"1 hour, 2 minutes, 5 seconds"},
-        StoredSetup{"Indian",
-                    {{u"sGrouping", u"3;2;0"}},
-                    std::numeric_limits<std::int64_t>::max(),
-                    u"83,88,608.00 TB",
-                    123456789,
-                    DurationStyle::kSeconds,
-                    u"1,23,456.79 seconds"},
-        StoredSetup{
-            "NoLeadingZero", {{u"iLZero", u"0"}}, kMb / 2, u"512 KB", 500, DurationStyle::kSeconds, u".50 seconds"},
-        StoredSetup{"ParenthesesAndTimeSeparator",
-                    {{u"iNegNumber", u"0"}, {u"sTime", u"."}},
-                    -kMb,
-                    u"(1.00) MB",
-                    3725120,
-                    DurationStyle::kClock,
-                    u"1.02.05.12"},
-        StoredSetup{"LongNegativeSignAfter",
-                    {{u"iNegNumber", u"4"}, {u"sNegativeSign", u"minus!"}},
-                    -kMb,
-                    u"1.00 minus MB",
-                    -1500,
-                    DurationStyle::kSeconds,
-                    u"-1.50 seconds"}),
-    [](const auto& p) { return std::string(p.param.name); });
 
 TEST_F(RegionalStore, ValuesAreReadOnceUntilReloaded) {
   Store(u"sDecimal", u",");
@@ -299,8 +200,11 @@ TEST_F(RegionalStore, ValuesAreReadOnceUntilReloaded) {
   EXPECT_EQ(FormatSize(kMb), u"1'00 MB");
 }
 
+// An empty stored value counts as missing.
 TEST_F(RegionalStore, MissingValuesComeFromTheLocaleOrTheFallbacks) {
   EraseAll();
+  Store(u"sThousand", u"");
+  Store(u"sDecimal", u"");
   ReloadRegionalSettings();
   const RegionalSettings loaded = *CurrentRegionalSettings();
   EXPECT_EQ(loaded, ResolveRegionalSettings({}, PlatformRegionalValues()));
@@ -309,14 +213,6 @@ TEST_F(RegionalStore, MissingValuesComeFromTheLocaleOrTheFallbacks) {
   EXPECT_FALSE(loaded.thousandSeparator.empty());
   EXPECT_FALSE(loaded.negativeSign.empty());
   EXPECT_FALSE(loaded.timeSeparator.empty());
-}
-
-TEST_F(RegionalStore, EmptyStoredValueCountsAsMissing) {
-  EraseAll();
-  Store(u"sThousand", u"");
-  Store(u"sDecimal", u"");
-  ReloadRegionalSettings();
-  EXPECT_EQ(*CurrentRegionalSettings(), ResolveRegionalSettings({}, PlatformRegionalValues()));
 }
 
 TEST_F(RegionalStore, ReloadWhileOtherThreadsFormat) {

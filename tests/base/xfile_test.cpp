@@ -233,9 +233,8 @@ TEST(XFile, FailedOpenPromptsUntilCancelOnlyWhenInteractive) {
   struct {
     std::uint32_t access;
     std::u16string_view caption;
-  } const cases[] = {{GENERIC_READ, u"File Read Error"},
-                     {GENERIC_WRITE, u"File Write Error"},
-                     {kReadWrite, u"File Write Error"}};
+  } const cases[] = {
+      {GENERIC_READ, u"File Read Error"}, {GENERIC_WRITE, u"File Write Error"}, {kReadWrite, u"File Write Error"}};
   TempDir dir;
   const std::u16string path = dir / u"missing folder" + kPathSeparator + u"file.bin";
   for (const auto& c : cases) {

@@ -65,36 +65,30 @@ TEST_F(SpecialFoldersPosix, DataAndProfileFollowTheBaseDirectories) {
   EXPECT_EQ(GetSpecialFolder(kFolderUserProfile), Home("/"));
 }
 
-struct UserDirCase {
-  const char* name;
-  int id;
-  const char* key;
-  const char* defaultName;
-};
-
-class SpecialFoldersUserDir : public SpecialFoldersPosix, public testing::WithParamInterface<UserDirCase> {};
-
-TEST_P(SpecialFoldersUserDir, DefaultWithoutAFileOrWhenTheFileIsSilent) {
-  const auto& c = GetParam();
-  const std::u16string expected = Home("/" + std::string(c.defaultName) + "/");
-  EXPECT_EQ(GetSpecialFolder(c.id), expected);
-  WriteUserDirs("XDG_TEMPLATES_DIR=\"$HOME/Templates\"\n");
-  EXPECT_EQ(GetSpecialFolder(c.id), expected);
-}
-
-TEST_P(SpecialFoldersUserDir, TheFileDecides) {
-  const auto& c = GetParam();
-  WriteUserDirs(std::string("XDG_") + c.key + "_DIR=\"$HOME/Mine " + c.key + "\"\n");
-  EXPECT_EQ(GetSpecialFolder(c.id), Home("/Mine " + std::string(c.key) + "/"));
-  WriteUserDirs(std::string("XDG_") + c.key + "_DIR=\"/elsewhere\"\n");
-  EXPECT_EQ(GetSpecialFolder(c.id, u"/fallback/"), u"/elsewhere/");
-}
-
-TEST_P(SpecialFoldersUserDir, DisabledFolderYieldsTheFallbackOrNothing) {
-  const auto& c = GetParam();
-  WriteUserDirs(std::string("XDG_") + c.key + "_DIR=\"$HOME/\"\n");
-  EXPECT_EQ(GetSpecialFolder(c.id), u"");
-  EXPECT_EQ(GetSpecialFolder(c.id, u"/fallback/"), u"/fallback/");
+// The four user folders by their key in user-dirs.dirs and their default name.
+TEST_F(SpecialFoldersPosix, UserFoldersFollowTheUserDirsFile) {
+  struct {
+    int id;
+    std::string key, defaultName;
+  } const cases[] = {{kFolderDocuments, "DOCUMENTS", "Documents"},
+                     {kFolderMyMusic, "MUSIC", "Music"},
+                     {kFolderMyVideos, "VIDEOS", "Videos"},
+                     {kFolderDesktop, "DESKTOP", "Desktop"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.key);
+    std::filesystem::remove(config_ + "/user-dirs.dirs");
+    const std::u16string byDefault = Home("/" + c.defaultName + "/");
+    EXPECT_EQ(GetSpecialFolder(c.id), byDefault);
+    WriteUserDirs("XDG_TEMPLATES_DIR=\"$HOME/Templates\"\n");  // silent on this folder
+    EXPECT_EQ(GetSpecialFolder(c.id), byDefault);
+    WriteUserDirs("XDG_" + c.key + "_DIR=\"$HOME/Mine " + c.key + "\"\n");
+    EXPECT_EQ(GetSpecialFolder(c.id), Home("/Mine " + c.key + "/"));
+    WriteUserDirs("XDG_" + c.key + "_DIR=\"/elsewhere\"\n");
+    EXPECT_EQ(GetSpecialFolder(c.id, u"/fallback/"), u"/elsewhere/");
+    WriteUserDirs("XDG_" + c.key + "_DIR=\"$HOME/\"\n");  // switched off
+    EXPECT_EQ(GetSpecialFolder(c.id), u"");
+    EXPECT_EQ(GetSpecialFolder(c.id, u"/fallback/"), u"/fallback/");
+  }
 }
 
 TEST_F(SpecialFoldersPosix, ConfigHomeDefaultsToDotConfig) {
@@ -103,13 +97,6 @@ TEST_F(SpecialFoldersPosix, ConfigHomeDefaultsToDotConfig) {
   ASSERT_TRUE(test::WriteBytes(Home("/.config/user-dirs.dirs"), "XDG_MUSIC_DIR=\"$HOME/from dot config\"\n"));
   EXPECT_EQ(GetSpecialFolder(kFolderMyMusic), Home("/from dot config/"));
 }
-
-INSTANTIATE_TEST_SUITE_P(SpecialFolders, SpecialFoldersUserDir,
-                         testing::Values(UserDirCase{"Documents", kFolderDocuments, "DOCUMENTS", "Documents"},
-                                         UserDirCase{"Music", kFolderMyMusic, "MUSIC", "Music"},
-                                         UserDirCase{"Videos", kFolderMyVideos, "VIDEOS", "Videos"},
-                                         UserDirCase{"Desktop", kFolderDesktop, "DESKTOP", "Desktop"}),
-                         [](const auto& p) { return std::string(p.param.name); });
 
 TEST_F(SpecialFoldersPosix, PublicFoldersOnlyWhenTheyExist) {
   WriteUserDirs("XDG_PUBLICSHARE_DIR=\"$HOME/Shared\"\n");
@@ -135,15 +122,12 @@ TEST_F(SpecialFoldersPosix, PublicFolderDefaultsToPublic) {
   EXPECT_EQ(GetSpecialFolder(kFolderPublicVideos), Home("/Public/Videos/"));
 }
 
-class WindowsOnlyIds : public SpecialFoldersPosix, public testing::WithParamInterface<int> {};
-
-TEST_P(WindowsOnlyIds, YieldTheFallbackOrNothing) {
-  EXPECT_EQ(GetSpecialFolder(GetParam()), u"");
-  EXPECT_EQ(GetSpecialFolder(GetParam(), u"/opt/"), u"/opt/");
+TEST_F(SpecialFoldersPosix, WindowsOnlyFoldersYieldTheFallbackOrNothing) {
+  for (const int id : {kFolderProgramFiles, kFolderWindows, kFolderSystem, kFolderProgramFiles64}) {
+    EXPECT_EQ(GetSpecialFolder(id), u"") << id;
+    EXPECT_EQ(GetSpecialFolder(id, u"/opt/"), u"/opt/") << id;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(SpecialFolders, WindowsOnlyIds,
-                         testing::Values(kFolderProgramFiles, kFolderWindows, kFolderSystem, kFolderProgramFiles64));
 
 }  // namespace
 }  // namespace tessaroven

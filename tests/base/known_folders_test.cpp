@@ -12,71 +12,56 @@ namespace {
 
 using Folders = std::map<std::string, std::u16string>;
 
-struct UserDirsCase {
-  const char* name;
-  std::string content;
-  std::u16string home;
-  Folders expected;
-};
-
-class XdgUserDirsParser : public testing::TestWithParam<UserDirsCase> {};
-
-TEST_P(XdgUserDirsParser, ReadsTheFolders) {
-  const auto& c = GetParam();
-  EXPECT_EQ(ParseXdgUserDirs(c.content, c.home), c.expected);
+TEST(SpecialFolders, UserDirsFileIsReadAsTheDesktopWritesIt) {
+  struct {
+    const char* name;
+    std::string content;
+    std::u16string home;
+    Folders expected;
+  } const cases[] = {
+      {"AsWrittenByTheDesktop",
+       "# This file is written by xdg-user-dirs-update\n"
+       "XDG_DESKTOP_DIR=\"$HOME/Desktop\"\nXDG_MUSIC_DIR=\"$HOME/Music\"\nXDG_VIDEOS_DIR=\"/srv/films\"\n",
+       u"/home/ann",
+       {{"DESKTOP", u"/home/ann/Desktop"}, {"MUSIC", u"/home/ann/Music"}, {"VIDEOS", u"/srv/films"}}},
+      {"HomeItselfDisablesTheFolder",
+       "XDG_TEMPLATES_DIR=\"$HOME/\"\nXDG_PUBLICSHARE_DIR=\"$HOME\"\nXDG_MUSIC_DIR=\"/home/ann\"\n",
+       u"/home/ann",
+       {{"TEMPLATES", u""}, {"PUBLICSHARE", u""}, {"MUSIC", u""}}},
+      {"BracedHomeAndTrailingSlashes",
+       "XDG_MUSIC_DIR=\"${HOME}/Audio/\"\nXDG_VIDEOS_DIR=\"/media/v//\"\n",
+       u"/home/ann/",
+       {{"MUSIC", u"/home/ann/Audio"}, {"VIDEOS", u"/media/v"}}},
+      {"SpacesCrLfAndEscapes",
+       "  XDG_MUSIC_DIR = \"$HOME/My \\\"Best\\\" \\\\ Songs\"\r\n\tXDG_VIDEOS_DIR=\"/v w\"  # films\r\n",
+       u"/home/ann",
+       {{"MUSIC", u"/home/ann/My \"Best\" \\ Songs"}, {"VIDEOS", u"/v w"}}},
+      {"MalformedLinesAreSkipped",
+       "XDG_MUSIC_DIR=$HOME/Music\n"         // not quoted
+       "XDG_VIDEOS_DIR=\"$HOME/Videos\n"     // no closing quote
+       "XDG_DESKTOP_DIR=\"Desktop\"\n"       // relative
+       "XDG_DOCUMENTS_DIR=\"$HOMEDIR/x\"\n"  // another variable: relative
+       "XDG_DOWNLOAD_DIR=\"\\$HOME/dl\"\n"   // escaped: no expansion, relative
+       "XDG_DIR=\"/a\"\nXDG_MUSIC=\"/b\"\nFOO_DIR=\"/c\"\nno equals sign\n=\"/d\"\n"
+       "XDG_TEMPLATES_DIR=\"\"\n",
+       u"/home/ann",
+       {}},
+      {"LaterLineWins", "XDG_MUSIC_DIR=\"/first\"\nXDG_MUSIC_DIR=\"/second\"", u"/home/ann", {{"MUSIC", u"/second"}}},
+      {"BytesThatAreNotUtf8Survive",
+       "XDG_MUSIC_DIR=\"$HOME/M\xC3\xBCsik \xE9t\xE9\"\n",
+       u"/home/ann",
+       {{"MUSIC", u"/home/ann/M\u00FCsik \xDCE9t\xDCE9"}}},
+      {"NoHomeKeepsOnlyAbsolutePaths",
+       "XDG_MUSIC_DIR=\"$HOME/Music\"\nXDG_VIDEOS_DIR=\"/v\"\n",
+       u"",
+       {{"VIDEOS", u"/v"}}},
+      {"RootAsHome",
+       "XDG_MUSIC_DIR=\"$HOME/Music\"\nXDG_VIDEOS_DIR=\"$HOME\"\n",
+       u"/",
+       {{"MUSIC", u"/Music"}, {"VIDEOS", u""}}},
+  };
+  for (const auto& c : cases) EXPECT_EQ(ParseXdgUserDirs(c.content, c.home), c.expected) << c.name;
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    SpecialFolders, XdgUserDirsParser,
-    testing::Values(
-        UserDirsCase{"AsWrittenByTheDesktop",
-                     "# This file is written by xdg-user-dirs-update\n"
-                     "# If you want to change or add directories, just edit the line you're\n"
-                     "XDG_DESKTOP_DIR=\"$HOME/Desktop\"\n"
-                     "XDG_MUSIC_DIR=\"$HOME/Music\"\n"
-                     "XDG_VIDEOS_DIR=\"/srv/films\"\n",
-                     u"/home/ann",
-                     {{"DESKTOP", u"/home/ann/Desktop"}, {"MUSIC", u"/home/ann/Music"}, {"VIDEOS", u"/srv/films"}}},
-        UserDirsCase{"HomeItselfDisablesTheFolder",
-                     "XDG_TEMPLATES_DIR=\"$HOME/\"\nXDG_PUBLICSHARE_DIR=\"$HOME\"\nXDG_MUSIC_DIR=\"/home/ann\"\n",
-                     u"/home/ann",
-                     {{"TEMPLATES", u""}, {"PUBLICSHARE", u""}, {"MUSIC", u""}}},
-        UserDirsCase{"BracedHomeAndTrailingSlashes",
-                     "XDG_MUSIC_DIR=\"${HOME}/Audio/\"\nXDG_VIDEOS_DIR=\"/media/v//\"\n",
-                     u"/home/ann/",
-                     {{"MUSIC", u"/home/ann/Audio"}, {"VIDEOS", u"/media/v"}}},
-        UserDirsCase{"SpacesCrLfAndEscapes",
-                     "  XDG_MUSIC_DIR = \"$HOME/My \\\"Best\\\" \\\\ Songs\"\r\n\tXDG_VIDEOS_DIR=\"/v w\"  # films\r\n",
-                     u"/home/ann",
-                     {{"MUSIC", u"/home/ann/My \"Best\" \\ Songs"}, {"VIDEOS", u"/v w"}}},
-        UserDirsCase{"MalformedLinesAreSkipped",
-                     "XDG_MUSIC_DIR=$HOME/Music\n"         // not quoted
-                     "XDG_VIDEOS_DIR=\"$HOME/Videos\n"     // no closing quote
-                     "XDG_DESKTOP_DIR=\"Desktop\"\n"       // relative
-                     "XDG_DOCUMENTS_DIR=\"$HOMEDIR/x\"\n"  // another variable: relative
-                     "XDG_DOWNLOAD_DIR=\"\\$HOME/dl\"\n"   // escaped: no expansion, relative
-                     "XDG_DIR=\"/a\"\nXDG_MUSIC=\"/b\"\nFOO_DIR=\"/c\"\nno equals sign\n=\"/d\"\n"
-                     "XDG_TEMPLATES_DIR=\"\"\n",
-                     u"/home/ann",
-                     {}},
-        UserDirsCase{"LaterLineWins",
-                     "XDG_MUSIC_DIR=\"/first\"\nXDG_MUSIC_DIR=\"/second\"",
-                     u"/home/ann",
-                     {{"MUSIC", u"/second"}}},
-        UserDirsCase{"BytesThatAreNotUtf8Survive",
-                     "XDG_MUSIC_DIR=\"$HOME/M\xC3\xBCsik \xE9t\xE9\"\n",
-                     u"/home/ann",
-                     {{"MUSIC", u"/home/ann/M\u00FCsik \xDCE9t\xDCE9"}}},
-        UserDirsCase{"NoHomeKeepsOnlyAbsolutePaths",
-                     "XDG_MUSIC_DIR=\"$HOME/Music\"\nXDG_VIDEOS_DIR=\"/v\"\n",
-                     u"",
-                     {{"VIDEOS", u"/v"}}},
-        UserDirsCase{"RootAsHome",
-                     "XDG_MUSIC_DIR=\"$HOME/Music\"\nXDG_VIDEOS_DIR=\"$HOME\"\n",
-                     u"/",
-                     {{"MUSIC", u"/Music"}, {"VIDEOS", u""}}},
-        UserDirsCase{"EmptyFile", "", u"/home/ann", {}}),
-    [](const auto& p) { return std::string(p.param.name); });
 
 TEST(SpecialFolders, UnknownIdYieldsTheFallbackOrThePlatformDefault) {
   constexpr int kUnknown = 0x7777;
@@ -85,19 +70,16 @@ TEST(SpecialFolders, UnknownIdYieldsTheFallbackOrThePlatformDefault) {
   EXPECT_EQ(GetSpecialFolder(kUnknown), kIsWindows ? u"C:\\Error" : u"");
 }
 
-class SpecialFolderIds : public testing::TestWithParam<int> {};
-
-TEST_P(SpecialFolderIds, UserFoldersAreKnownAndEndInTheSeparator) {
-  const std::u16string folder = GetSpecialFolder(GetParam());
-  ASSERT_FALSE(folder.empty());
-  EXPECT_NE(folder, u"C:\\Error");
-  EXPECT_EQ(folder.back(), kPathSeparator);
-  EXPECT_NE(folder.substr(0, folder.size() - 1).back(), kPathSeparator);
+TEST(SpecialFolders, UserFoldersAreKnownAndEndInOneSeparator) {
+  for (const int id :
+       {kFolderDocuments, kFolderMyMusic, kFolderMyVideos, kFolderDesktop, kFolderAppData, kFolderUserProfile}) {
+    const std::u16string folder = GetSpecialFolder(id);
+    ASSERT_GT(folder.size(), 1u) << id;
+    EXPECT_NE(folder, u"C:\\Error") << id;
+    EXPECT_EQ(folder.back(), kPathSeparator) << id;
+    EXPECT_NE(folder[folder.size() - 2], kPathSeparator) << id;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(SpecialFolders, SpecialFolderIds,
-                         testing::Values(kFolderDocuments, kFolderMyMusic, kFolderMyVideos, kFolderDesktop,
-                                         kFolderAppData, kFolderUserProfile));
 
 }  // namespace
 }  // namespace tessaroven

@@ -28,37 +28,18 @@ TEST(TempFile, TempFolderIsTheEnvironmentsAndEndsInSeparator) {
   EXPECT_EQ(TempFolder(), test::TestRoot() + u"tmp" + kPathSeparator);
 }
 
-struct PrefixCase {
-  const char* name;
-  std::u16string prefix;
-  std::u16string expected;
-};
-
-class TempFilePrefix : public testing::TestWithParam<PrefixCase> {};
-
-TEST_P(TempFilePrefix, CreatesAnEmptyFileNamedFromThePrefix) {
-  const auto& c = GetParam();
-  std::u16string path;
-  ASSERT_TRUE(CreateTempFile(path, c.prefix));
-  const std::u16string head = TempFolder() + c.expected;
-  EXPECT_EQ(path.substr(0, head.size()), head);
-  EXPECT_GT(path.size(), head.size() + 4) << "no unique part";
-  EXPECT_EQ(path.substr(path.size() - 4), u".tmp");
-  EXPECT_TRUE(FileExists(path));
-  EXPECT_EQ(ReadBytes(path), "");
-  RemoveFile(path);
-}
-
-INSTANTIATE_TEST_SUITE_P(TempFile, TempFilePrefix,
-                         testing::Values(PrefixCase{"Given", u"QzS", u"QzS"},
-                                         PrefixCase{"EmptyMeansDefault", u"", u"TMP"}),
-                         [](const auto& p) { return std::string(p.param.name); });
-
-TEST(TempFile, DefaultArgumentIsTmp) {
-  std::u16string path;
-  ASSERT_TRUE(CreateTempFile(path));
-  EXPECT_EQ(path.substr(0, TempFolder().size() + 3), TempFolder() + u"TMP");
-  RemoveFile(path);
+TEST(TempFile, CreatesAnEmptyFileNamedFromThePrefix) {
+  for (const auto& [prefix, expected] : {std::pair{u"QzS", u"QzS"}, std::pair{u"", u"TMP"}}) {
+    std::u16string path;
+    ASSERT_TRUE(CreateTempFile(path, prefix));
+    const std::u16string head = TempFolder() + expected;
+    EXPECT_EQ(path.substr(0, head.size()), head);
+    EXPECT_GT(path.size(), head.size() + 4) << "no unique part";
+    EXPECT_EQ(path.substr(path.size() - 4), u".tmp");
+    EXPECT_TRUE(FileExists(path));
+    EXPECT_EQ(ReadBytes(path), "");
+    RemoveFile(path);
+  }
 }
 
 TEST(TempFile, ThePreviousFileIsDeletedFirst) {

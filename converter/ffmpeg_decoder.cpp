@@ -7,6 +7,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/opt.h>
 #include <libavutil/mathematics.h>
 }
 
@@ -68,13 +69,7 @@ class FfmpegDecoder final : public AudioDecoder {
       error = u"The file is empty.";
       return false;
     }
-    // WAV and the other PCM demuxers hand out 4 KB packets by default; larger ones
-    // cost fewer trips through the demuxer and the decoder for the same bytes.
-    // Demuxers without the option leave it unused.
-    AVDictionary* options = nullptr;
-    av_dict_set(&options, "max_size", "65536", 0);
-    int code = avformat_open_input(&format, url.c_str(), nullptr, &options);
-    av_dict_free(&options);
+    int code = avformat_open_input(&format, url.c_str(), nullptr, nullptr);
     if (code < 0) {
       // A header that ends early reads as an I/O error or the end of the file.
       error = code == AVERROR(ENOENT)                            ? u"The file does not exist (any more)."
@@ -97,10 +92,10 @@ class FfmpegDecoder final : public AudioDecoder {
     }
     // Some demuxers keep sniffing the packets of a stream whose codec might be
     // something else (compressed audio inside WAV) until `probesize` bytes went
-    // by, re-probing every format at each doubling: for a 10 s WAV that is the
-    // whole file, and costs as much as encoding it to FLAC. A few packets tell
-    // as well; finding the streams above had the full amount.
-    format->probesize = 32768;
+    // by, running every format's probe at each doubling: for a 10 s WAV that is
+    // the whole file, and costs as much as encoding it to FLAC. The first packet
+    // tells as well; finding the streams above had the full amount.
+    format->probesize = 4096;
     const AVCodec* codec = nullptr;
     stream_ = av_find_best_stream(format, AVMEDIA_TYPE_AUDIO, -1, -1, &codec, 0);
     if (stream_ < 0 || codec == nullptr) {
@@ -145,6 +140,11 @@ class FfmpegDecoder final : public AudioDecoder {
       return false;
     }
     hasPending_ = first == Read::kFrame;
+    // With the sniffing over, the PCM demuxers (WAV, AIFF, ...) may hand out 64 KB
+    // packets instead of 4 KB ones: fewer trips through demuxer and decoder for
+    // the same bytes. Only a demuxer with options has an AVClass to set it through.
+    if (format->priv_data != nullptr && format->iformat->priv_class != nullptr)
+      av_opt_set(format->priv_data, "max_size", "65536", 0);
     Describe(first == Read::kFrame ? pending_.get() : nullptr);
     if (info_.sampleRate <= 0 || info_.layout.nb_channels <= 0 || info_.sampleFormat == AV_SAMPLE_FMT_NONE) {
       error = u"The file has no audio that can be decoded.";

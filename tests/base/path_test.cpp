@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "base/platform.h"
+#include "base/text.h"
 #include "support/native_path.h"
 
 namespace tessaroven {
@@ -10,47 +11,31 @@ namespace {
 
 using test::Native;
 
-struct PartsCase {
-  std::u16string path;
-  std::u16string folder;
-  std::u16string name;
-  std::u16string extension;
-};
-
-class PathParts : public testing::TestWithParam<PartsCase> {};
-
-TEST_P(PathParts, SplitsAtTheLastSeparatorAndTheLastDot) {
-  const auto& c = GetParam();
-  const std::u16string path = Native(c.path);
-  EXPECT_EQ(FolderOf(path), Native(c.folder));
-  EXPECT_EQ(FileNameOf(path), Native(c.name));
-  EXPECT_EQ(ExtensionOf(path), c.extension);
+TEST(Path, PartsSplitAtTheLastSeparatorAndTheLastDot) {
+  struct {
+    std::u16string path, folder, name, extension;
+  } const cases[] = {
+      {u"/music/a.tar.GZ", u"/music/", u"a.tar.GZ", u".GZ"},
+      {u"/mu.sic/track", u"/mu.sic/", u"track", u""},
+      {u"/music/", u"/music/", u"", u""},
+      {u"a.mp3", u"", u"a.mp3", u".mp3"},
+      {u"/x/.flac", u"/x/", u".flac", u".flac"},
+      {u"/x/a.", u"/x/", u"a.", u"."},
+      {u"", u"", u"", u""},
+  };
+  for (const auto& c : cases) {
+    const std::u16string path = Native(c.path);
+    EXPECT_EQ(FolderOf(path), Native(c.folder)) << Utf16ToUtf8(path);
+    EXPECT_EQ(FileNameOf(path), Native(c.name)) << Utf16ToUtf8(path);
+    EXPECT_EQ(ExtensionOf(path), c.extension) << Utf16ToUtf8(path);
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Path, PathParts,
-    testing::Values(PartsCase{u"/music/a.flac", u"/music/", u"a.flac", u".flac"},
-                    PartsCase{u"/music/a.tar.GZ", u"/music/", u"a.tar.GZ", u".GZ"},
-                    PartsCase{u"/mu.sic/track", u"/mu.sic/", u"track", u""},
-                    PartsCase{u"/music/", u"/music/", u"", u""}, PartsCase{u"a.mp3", u"", u"a.mp3", u".mp3"},
-                    PartsCase{u"/x/.flac", u"/x/", u".flac", u".flac"}, PartsCase{u"/x/a.", u"/x/", u"a.", u"."},
-                    PartsCase{u"", u"", u"", u""}));
-
-struct TrailingCase {
-  std::u16string in;
-  std::u16string out;
-};
-
-class TrailingSeparator : public testing::TestWithParam<TrailingCase> {};
-
-TEST_P(TrailingSeparator, EndsInExactlyOne) {
-  EXPECT_EQ(WithTrailingSeparator(Native(GetParam().in)), Native(GetParam().out));
+TEST(Path, TrailingSeparatorEndsInExactlyOne) {
+  for (const auto& [in, out] : {std::pair{u"/music", u"/music/"}, std::pair{u"/music///", u"/music/"},
+                                std::pair{u"///", u"/"}, std::pair{u"", u""}})
+    EXPECT_EQ(WithTrailingSeparator(Native(in)), Native(out)) << Utf16ToUtf8(in);
 }
-
-INSTANTIATE_TEST_SUITE_P(Path, TrailingSeparator,
-                         testing::Values(TrailingCase{u"/music", u"/music/"}, TrailingCase{u"/music/", u"/music/"},
-                                         TrailingCase{u"/music///", u"/music/"}, TrailingCase{u"/", u"/"},
-                                         TrailingCase{u"///", u"/"}, TrailingCase{u"", u""}));
 
 TEST(Path, SamePathFoldsCaseOnlyWhereTheFileSystemDoes) {
   EXPECT_TRUE(SamePath(Native(u"/Music/A.flac"), Native(u"/Music/A.flac")));
@@ -61,24 +46,15 @@ TEST(Path, SamePathFoldsCaseOnlyWhereTheFileSystemDoes) {
   EXPECT_FALSE(SamePath(Native(u"/a/./b/"), Native(u"/a/b/")));
 }
 
-struct PrefixCase {
-  std::u16string path;
-  std::u16string prefix;
-  bool expected;
-};
-
-class PathPrefix : public testing::TestWithParam<PrefixCase> {};
-
-TEST_P(PathPrefix, CoversTheFolderAndWhatLiesBelow) {
-  const auto& c = GetParam();
-  EXPECT_EQ(PathStartsWith(Native(c.path), Native(c.prefix)), c.expected);
+TEST(Path, PrefixCoversTheFolderAndWhatLiesBelow) {
+  struct {
+    std::u16string path, prefix;
+    bool expected;
+  } const cases[] = {{u"/a/b/", u"/a/", true}, {u"/a/", u"/a/", true}, {u"/ab/", u"/a/", false},
+                     {u"/a", u"/a/", false},   {u"/a/b", u"", false},  {u"/A/b", u"/a/", kPathsFoldCase}};
+  for (const auto& c : cases)
+    EXPECT_EQ(PathStartsWith(Native(c.path), Native(c.prefix)), c.expected) << Utf16ToUtf8(c.path + u" " + c.prefix);
 }
-
-INSTANTIATE_TEST_SUITE_P(Path, PathPrefix,
-                         testing::Values(PrefixCase{u"/a/b/", u"/a/", true}, PrefixCase{u"/a/", u"/a/", true},
-                                         PrefixCase{u"/ab/", u"/a/", false}, PrefixCase{u"/a", u"/a/", false},
-                                         PrefixCase{u"/a/b", u"", false},
-                                         PrefixCase{u"/A/b", u"/a/", kPathsFoldCase}));
 
 TEST(Path, SamePathWithLengthComparesOnlyThePrefix) {
   EXPECT_TRUE(SamePath(u"abcdef", u"abcxyz", 3));
@@ -88,57 +64,50 @@ TEST(Path, SamePathWithLengthComparesOnlyThePrefix) {
   EXPECT_TRUE(SamePath(u"ab", u"ab", 3));
 }
 
-struct LongPathCase {
-  std::size_t length;
-  std::u16string start;
-  bool prefixed;
-};
-
-class LongPathRule : public testing::TestWithParam<LongPathCase> {};
-
-TEST_P(LongPathRule, PrefixesOnlyLongLocalPaths) {
-  const auto& c = GetParam();
-  std::u16string path = c.start;
-  path.resize(c.length, u'x');
-  const std::u16string result = AddLongPathPrefix(path, 260);
-  EXPECT_EQ(result, c.prefixed ? u"\\\\?\\" + path : path);
-  EXPECT_EQ(MakeLongPath(path), kIsWindows ? result : path);
+TEST(Path, LongPathPrefixGoesOnlyBeforeLongLocalPaths) {
+  struct {
+    std::size_t length;
+    std::u16string start;
+    bool prefixed;
+  } const cases[] = {{259, u"C:\\", false},
+                     {260, u"C:\\", true},
+                     {0, u"", false},
+                     // Network paths and already-prefixed paths are never prefixed.
+                     {300, u"\\\\server\\share\\", false},
+                     {300, u"\\\\?\\C:\\", false}};
+  for (const auto& c : cases) {
+    std::u16string path = c.start;
+    path.resize(c.length, u'x');
+    const std::u16string result = AddLongPathPrefix(path, 260);
+    EXPECT_EQ(result, c.prefixed ? u"\\\\?\\" + path : path) << c.length;
+    EXPECT_EQ(MakeLongPath(path), kIsWindows ? result : path) << c.length;
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(Path, LongPathRule,
-                         testing::Values(LongPathCase{259, u"C:\\", false}, LongPathCase{260, u"C:\\", true},
-                                         LongPathCase{40000, u"C:\\", true},
-                                         // Network paths and already-prefixed paths are never prefixed.
-                                         LongPathCase{300, u"\\\\server\\share\\", false},
-                                         LongPathCase{300, u"\\\\?\\C:\\", false}, LongPathCase{0, u"", false}));
-
-struct ValidNameCase {
-  std::u16string in;
-  bool keepSeparators;
-  std::u16string out;
-};
-
-class ValidFileName : public testing::TestWithParam<ValidNameCase> {};
-
-TEST_P(ValidFileName, ProducesANameEveryPlatformAccepts) {
-  const auto& c = GetParam();
-  EXPECT_EQ(MakeValidFileName(Native(c.in), c.keepSeparators), Native(c.out));
+TEST(Path, ValidFileNameIsANameEveryPlatformAccepts) {
+  struct {
+    std::u16string in;
+    bool keepSeparators;
+    std::u16string out;
+  } const cases[] = {{u"a:b?", false, u"a;b\u00BF"},
+                     {u"\"q\" <x> a*b|c", false, u"'q' \u00ABx\u00BB a-b-c"},
+                     // The separator is replaced unless asked to keep it; the other slash always is.
+                     {u"rock/pop", false, u"rock-pop"},
+                     {u"rock/pop", true, u"rock/pop"},
+                     {u"rock\\pop", true, u"rock-pop"},
+                     // Reserved names only as a whole component, in any case; others are left alone.
+                     {u"Aux", false, u"Aux_"},
+                     {u"nul/prn", true, u"nul_/prn_"},
+                     {u"console", false, u"console"},
+                     {u"com1", false, u"com1"},
+                     // Dots and spaces that end a component before a separator go; at the very end they stay.
+                     {u"a. . /b", true, u"a/b"},
+                     {u"a...", false, u"a..."},
+                     {u"folder/", true, u"folder"},
+                     {u"", false, u""}};
+  for (const auto& c : cases)
+    EXPECT_EQ(MakeValidFileName(Native(c.in), c.keepSeparators), Native(c.out)) << Utf16ToUtf8(c.in);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Path, ValidFileName,
-    testing::Values(
-        ValidNameCase{u"Aux", false, u"Aux_"}, ValidNameCase{u"a:b?", false, u"a;b\u00BF"},
-        ValidNameCase{u"\"q\" <x> a*b|c", false, u"'q' \u00ABx\u00BB a-b-c"},
-        // The separator is replaced unless asked to keep it; the other slash always is.
-        ValidNameCase{u"rock/pop", false, u"rock-pop"}, ValidNameCase{u"rock\\pop", false, u"rock-pop"},
-        ValidNameCase{u"rock/pop", true, u"rock/pop"}, ValidNameCase{u"rock\\pop", true, u"rock-pop"},
-        // Reserved names only as a whole component, in any case; others are left alone.
-        ValidNameCase{u"CON", false, u"CON_"}, ValidNameCase{u"nul/prn", true, u"nul_/prn_"},
-        ValidNameCase{u"console", false, u"console"}, ValidNameCase{u"com1", false, u"com1"},
-        // Dots and spaces that end a component before a separator go; at the very end they stay.
-        ValidNameCase{u"a. . /b", true, u"a/b"}, ValidNameCase{u"a...", false, u"a..."},
-        ValidNameCase{u"folder/", true, u"folder"}, ValidNameCase{u"", false, u""}));
 
 TEST(Path, ValidFileNameCutsEveryComponentTo255Characters) {
   const std::u16string longName(300, u'n');

@@ -295,81 +295,72 @@ TEST_F(SettingsFileTest, LinksAsTheFileOrItsLockFileAreRefused) {
 
 // ---- Files written by others ---------------------------------------------------------------
 
-struct ForeignCase {
-  const char* name;
-  std::string before;
-  std::string after;  // the file once "New" = 7 has been stored
-  std::vector<std::pair<std::u16string, std::uint32_t>> values;
-  // Names the case in test listings instead of dumping its bytes.
-  friend void PrintTo(const ForeignCase& c, std::ostream* os) { *os << c.name; }
-};
-
-class SettingsForeignFile : public SettingsFileTest, public testing::WithParamInterface<ForeignCase> {};
-
-TEST_P(SettingsForeignFile, KeepsEveryLineAndLosesNoValue) {
-  const auto& c = GetParam();
-  ASSERT_TRUE(test::MakeFolder(Folder()));
-  ASSERT_TRUE(test::WriteBytes(File(), c.before));
-  for (const auto& [name, value] : c.values)
-    EXPECT_EQ(SettingsGetDword(name, SettingsRoot::CurrentUser, kKey), value) << Utf8(name);
-  ASSERT_TRUE(SettingsSetDword(7, u"New", SettingsRoot::CurrentUser, kKey));
-  EXPECT_EQ(Text(), c.after);
-  for (const auto& [name, value] : c.values)
-    EXPECT_EQ(SettingsGetDword(name, SettingsRoot::CurrentUser, kKey), value) << Utf8(name);
-  EXPECT_EQ(SettingsGetDword(u"New", SettingsRoot::CurrentUser, kKey), 7u);
-  EXPECT_TRUE(BadFiles().empty());
+// A file as someone else wrote it, with "{+...+}" around what storing "New" = 7
+// adds to it; regedit's UTF-16 files come back as UTF-8.
+std::string Without(std::string text, bool keepAdded) {
+  for (std::size_t at; (at = text.find("{+")) != std::string::npos;) {
+    const std::size_t end = text.find("+}", at);
+    text.erase(keepAdded ? end : at, keepAdded ? 2 : end + 2 - at);
+    if (keepAdded) text.erase(at, 2);
+  }
+  return text;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Settings, SettingsForeignFile,
-    testing::Values(
-        ForeignCase{"GarbageLines",
-                    "Windows Registry Editor Version 5.00\n; mine\n\n"
-                    "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n"
-                    "\"A\"=dword:00000001\nnot a value\n\x01\xFE\n\"B\"=dword:2\n\n",
-                    "Windows Registry Editor Version 5.00\n; mine\n\n"
-                    "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n"
-                    "\"A\"=dword:00000001\nnot a value\n\x01\xFE\n\"B\"=dword:2\n\"New\"=dword:00000007\n\n",
-                    {{u"A", 1}, {u"B", 2}}},
-        ForeignCase{"TruncatedLastLine",
-                    "Windows Registry Editor Version 5.00\n\n"
-                    "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n\"A\"=dword:00000001\n\"B\"=dwo",
-                    "Windows Registry Editor Version 5.00\n\n"
-                    "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n\"A\"=dword:00000001\n\"B\"=dwo\n"
-                    "\"New\"=dword:00000007\n",
-                    {{u"A", 1}, {u"B", 0}}},
-        ForeignCase{"DuplicateKeys",
-                    "Windows Registry Editor Version 5.00\n\n"
-                    "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n\"A\"=dword:00000001\n\"C\"=dword:3\n\n"
-                    "[HKEY_CURRENT_USER\\Software\\Other]\n\"A\"=dword:00000009\n\n"
-                    "[hkey_current_user\\software\\orvandelle\\tessaroven]\n\"A\"=dword:00000002\n\n",
-                    "Windows Registry Editor Version 5.00\n\n"
-                    "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n\"A\"=dword:00000001\n\"C\"=dword:3\n\n"
-                    "[HKEY_CURRENT_USER\\Software\\Other]\n\"A\"=dword:00000009\n\n"
-                    "[hkey_current_user\\software\\orvandelle\\tessaroven]\n\"A\"=dword:00000002\n"
-                    "\"New\"=dword:00000007\n\n",
-                    {{u"A", 2}, {u"C", 3}}},
-        ForeignCase{"KeyMissing",
-                    "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\Software\\Other]\r\n"
-                    "\"A\"=dword:00000009",
-                    "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\Software\\Other]\r\n"
-                    "\"A\"=dword:00000009\r\n\r\n[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\r\n"
-                    "\"New\"=dword:00000007\r\n\r\n",
-                    {{u"A", 0}}},
-        ForeignCase{"Utf16FromRegedit",
-                    [] {
-                      const std::u16string text =
-                          u"Windows Registry Editor Version 5.00\r\n\r\n"
-                          u"[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\r\n\"\u00C9\"=dword:00000004\r\n\r\n";
-                      std::string bytes = "\xFF\xFE";
-                      for (char16_t ch : text) bytes += {static_cast<char>(ch & 0xFF), static_cast<char>(ch >> 8)};
-                      return bytes;
-                    }(),
-                    "Windows Registry Editor Version 5.00\r\n\r\n"
-                    "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\r\n\"\xC3\x89\"=dword:00000004\r\n"
-                    "\"New\"=dword:00000007\r\n\r\n",
-                    {{u"\u00C9", 4}}}),
-    [](const auto& p) { return std::string(p.param.name); });
+TEST_F(SettingsFileTest, FilesWrittenByOthersKeepEveryLineAndLoseNoValue) {
+  struct {
+    const char* name;
+    std::string file;
+    bool utf16;
+    std::vector<std::pair<std::u16string, std::uint32_t>> values;
+  } const cases[] = {
+      {"GarbageLines",
+       "Windows Registry Editor Version 5.00\n; mine\n\n[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n"
+       "\"A\"=dword:00000001\nnot a value\n\x01\xFE\n\"B\"=dword:2\n{+\"New\"=dword:00000007\n+}\n",
+       false,
+       {{u"A", 1}, {u"B", 2}}},
+      {"TruncatedLastLine",
+       "Windows Registry Editor Version 5.00\n\n[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n"
+       "\"A\"=dword:00000001\n\"B\"=dwo{+\n\"New\"=dword:00000007\n+}",
+       false,
+       {{u"A", 1}, {u"B", 0}}},
+      {"DuplicateKeys",
+       "Windows Registry Editor Version 5.00\n\n"
+       "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n\"A\"=dword:00000001\n\"C\"=dword:3\n\n"
+       "[HKEY_CURRENT_USER\\Software\\Other]\n\"A\"=dword:00000009\n\n"
+       "[hkey_current_user\\software\\orvandelle\\tessaroven]\n\"A\"=dword:00000002\n{+\"New\"=dword:00000007\n+}\n",
+       false,
+       {{u"A", 2}, {u"C", 3}}},
+      {"KeyMissing",
+       "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\Software\\Other]\r\n\"A\"=dword:00000009"
+       "{+\r\n\r\n[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\r\n\"New\"=dword:00000007\r\n\r\n+}",
+       false,
+       {{u"A", 0}}},
+      {"Utf16FromRegedit",
+       "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\r\n"
+       "\"\xC3\x89\"=dword:00000004\r\n{+\"New\"=dword:00000007\r\n+}\r\n",
+       true,
+       {{u"\u00C9", 4}}},
+  };
+  ASSERT_TRUE(test::MakeFolder(Folder()));
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::string before = Without(c.file, false);
+    if (c.utf16) {
+      before = "\xFF\xFE";
+      for (char16_t ch : Utf8ToUtf16(Without(c.file, false)))
+        before += {static_cast<char>(ch & 0xFF), static_cast<char>(ch >> 8)};
+    }
+    ASSERT_TRUE(test::WriteBytes(File(), before));
+    for (const auto& [name, value] : c.values)
+      EXPECT_EQ(SettingsGetDword(name, SettingsRoot::CurrentUser, kKey), value) << Utf8(name);
+    ASSERT_TRUE(SettingsSetDword(7, u"New", SettingsRoot::CurrentUser, kKey));
+    EXPECT_EQ(Text(), Without(c.file, true));
+    for (const auto& [name, value] : c.values)
+      EXPECT_EQ(SettingsGetDword(name, SettingsRoot::CurrentUser, kKey), value) << Utf8(name);
+    EXPECT_EQ(SettingsGetDword(u"New", SettingsRoot::CurrentUser, kKey), 7u);
+    EXPECT_TRUE(BadFiles().empty());
+  }
+}
 
 // A file that is no registry export is not trusted, nor overwritten: each one is
 // kept aside under its own name before a new file is written.

@@ -50,6 +50,8 @@ Arguments ParseArguments(const std::vector<std::u16string>& arguments) {
       parsed.noWindow = true;
     } else if (argument == u"--help" || argument == u"-h") {
       parsed.help = true;
+    } else if (argument == u"--version") {
+      parsed.version = true;
     } else if (argument == u"--overwrite") {
       parsed.overwrite = true;
     } else if (argument == u"--no-overwrite") {
@@ -69,7 +71,7 @@ Arguments ParseArguments(const std::vector<std::u16string>& arguments) {
       parsed.ignored.push_back(argument);
     }
   }
-  if (!parsed.listFile && !parsed.help)
+  if (!parsed.listFile && !parsed.help && !parsed.version)
     parsed.usageErrors.push_back(u"no list of files to convert was given (-list_to_conv=PATH)");
   return parsed;
 }
@@ -154,6 +156,7 @@ std::u16string UsageText() {
          u"                     wav: source, 16bit, 24bit\n"
          u"  --overwrite        replace files that exist already (--no-overwrite: keep them)\n"
          u"  --jobs=N           convert N files at once (default: one per core)\n"
+         u"  --help, --version\n"
          u"Options given here apply to this run; the window's choices are remembered.\n"
          u"Exit codes: 0 every file converted, 1 some failed or were skipped, 2 bad usage.\n";
 }

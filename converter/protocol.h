@@ -41,6 +41,7 @@ struct Arguments {
   // The converter's own options; absent means "as the settings say".
   bool noWindow = false;
   bool help = false;
+  bool version = false;
   std::optional<std::u16string> outputFolder;
   std::optional<std::u16string> format;
   std::optional<std::u16string> preset;

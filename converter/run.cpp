@@ -21,6 +21,11 @@ Plan Prepare(const std::vector<std::u16string>& arguments) {
     plan.exitNow = kExitAllConverted;
     return plan;
   }
+  if (args.version) {
+    plan.notes += u"kovantrix " KOVANTRIX_VERSION "\n";
+    plan.exitNow = kExitAllConverted;
+    return plan;
+  }
 
   // Everything the command line can get wrong is found before the list is taken:
   // a run that stops for bad usage must not have told the selector it started.

@@ -9,12 +9,13 @@ if(NOT result EQUAL 0)
 endif()
 
 set(expected
-    bin/tessaroven bin/tessaroven-cli
+    bin/tessaroven bin/tessaroven-cli bin/kovantrix
     lib/tessaroven/decoder/taglib.so lib/tessaroven/decoder/ffmpeg.so lib/tessaroven/decoder/ffmpeg/reader.so
     share/tessaroven/Help/qRV/FileSelector.htm
     share/applications/org.orvandelle.Tessaroven.desktop share/applications/org.orvandelle.Kovantrix.desktop
     share/metainfo/org.orvandelle.Tessaroven.metainfo.xml
-    share/icons/hicolor/scalable/apps/tessaroven.svg share/icons/hicolor/48x48/apps/tessaroven.png)
+    share/icons/hicolor/scalable/apps/tessaroven.svg share/icons/hicolor/48x48/apps/tessaroven.png
+    share/man/man1/tessaroven-cli.1 share/man/man1/kovantrix.1)
 foreach(file IN LISTS expected)
   if(NOT EXISTS "${PREFIX}/${file}")
     message(FATAL_ERROR "not installed: ${file}")

@@ -74,7 +74,10 @@ INSTANTIATE_TEST_SUITE_P(
                      std::nullopt, {}, 1},
         ArgumentCase{"JobsOutOfRangeIsBadUsage", {u"-list_to_conv=l", u"--jobs=0", u"--jobs=x"}, u"l", std::nullopt,
                      std::nullopt, std::nullopt, {}, 2},
-        ArgumentCase{"HelpNeedsNoList", {u"--help"}, std::nullopt, std::nullopt, std::nullopt, std::nullopt, {}, 0}),
+        ArgumentCase{"HelpNeedsNoList", {u"--help"}, std::nullopt, std::nullopt, std::nullopt, std::nullopt, {}, 0},
+        // The man page is made from --help and --version.
+        ArgumentCase{"VersionNeedsNoList", {u"--version"}, std::nullopt, std::nullopt, std::nullopt, std::nullopt, {},
+                     0}),
     [](const auto& param) { return std::string(param.param.name); });
 
 TEST(ArgumentTest, OwnOptions) {

@@ -14,37 +14,25 @@ namespace {
 
 using std::chrono::milliseconds;
 
-struct ArgumentCase {
-  const char* name;
-  std::u16string commandLine;
-  std::u16string argument;
-};
-
-class ArgumentExtraction : public testing::TestWithParam<ArgumentCase> {};
-
-TEST_P(ArgumentExtraction, DropsTheProgramPathAndTrimsSpacesOnly) {
-  EXPECT_EQ(ExtractArgument(GetParam().commandLine), GetParam().argument);
+// The program path goes and the spaces around the rest; nothing else is touched.
+TEST(SingleInstance, ArgumentIsTheCommandLineAfterTheProgramTrimmedOfSpaces) {
+  const std::pair<std::u16string, std::u16string> cases[] = {
+      {u"\"C:\\Tessaroven\\tessaroven.exe\"   D:\\Music   ", u"D:\\Music"},
+      {u"\"C:\\Program Files\\tessaroven.exe\"     ", u""},
+      {u"\"C:\\t.exe\"D:\\Music", u"D:\\Music"},       // right after the closing quote
+      {u"\"C:\\t.exe D:\\Music", u""},                 // an unclosed quote swallows everything
+      {u"C:\\t.exe  D:\\My Music ", u"D:\\My Music"},  // an unquoted program ends at the first space
+      {u"C:\\t.exe", u""},
+      {u" t.exe D:\\x", u"D:\\x"},              // the search for the space starts at the second character
+      {u"\"t.exe\" \tD:\\x\t ", u"\tD:\\x\t"},  // tabs are no spaces
+      // One quoted word is that word, as a shell verb's "%1" means it.
+      {u"\"t.exe\" \"D:\\My Music\"", u"D:\\My Music"},
+      {u"\"t.exe\" \"D:\\My\" Music", u"\"D:\\My\" Music"},
+      {u"\"t.exe\" -crashed ", u"-crashed"},
+      {u"", u""},
+  };
+  for (const auto& [line, argument] : cases) EXPECT_EQ(ExtractArgument(line), argument) << Utf16ToUtf8(line);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    SingleInstance, ArgumentExtraction,
-    testing::Values(ArgumentCase{"QuotedProgramThreeSpacesEachSide",
-                                 u"\"C:\\Tessaroven\\tessaroven.exe\"   D:\\Music   ", u"D:\\Music"},
-                    ArgumentCase{"QuotedProgramOnly", u"\"C:\\Program Files\\tessaroven.exe\"", u""},
-                    ArgumentCase{"QuotedProgramThenSpaces", u"\"C:\\Program Files\\tessaroven.exe\"     ", u""},
-                    ArgumentCase{"TextRightAfterTheClosingQuote", u"\"C:\\t.exe\"D:\\Music", u"D:\\Music"},
-                    ArgumentCase{"UnclosedQuoteSwallowsEverything", u"\"C:\\t.exe D:\\Music", u""},
-                    ArgumentCase{"UnquotedProgramEndsAtFirstSpace", u"C:\\t.exe  D:\\My Music ", u"D:\\My Music"},
-                    ArgumentCase{"UnquotedProgramWithoutArgument", u"C:\\t.exe", u""},
-                    // The search for the space starts at the second character.
-                    ArgumentCase{"LeadingSpaceIsPartOfTheProgram", u" t.exe D:\\x", u"D:\\x"},
-                    ArgumentCase{"TabsAreNotWhiteSpace", u"\"t.exe\" \tD:\\x\t ", u"\tD:\\x\t"},
-                    // One quoted word is that word, as a shell verb's "%1" means it.
-                    ArgumentCase{"OneQuotedWordLosesItsQuotes", u"\"t.exe\" \"D:\\My Music\"", u"D:\\My Music"},
-                    ArgumentCase{"SeveralWordsStayAsTheyAre", u"\"t.exe\" \"D:\\My\" Music", u"\"D:\\My\" Music"},
-                    ArgumentCase{"CrashRestartWordIsJustText", u"\"t.exe\" -crashed ", u"-crashed"},
-                    ArgumentCase{"Empty", u"", u""}),
-    [](const auto& p) { return std::string(p.param.name); });
 
 // Linux: a folder handed to a second start must stay one word all the way, or
 // "x -crashed crash-1.dmp" would read as the crash restart's switch.
@@ -95,37 +83,30 @@ class Channel : public testing::Test {
   SingleInstance sender_;
 };
 
-struct ReceiveCase {
-  const char* name;
-  std::u16string sent;
-  std::optional<std::u16string> received;
-};
-
-class ReceivedPaths : public Channel, public testing::WithParamInterface<ReceiveCase> {};
-
-TEST_P(ReceivedPaths, AreTrimmedCutToTheBlockAndTooShortOnesDropped) {
-  sender_.Send(GetParam().sent);
-  EXPECT_TRUE(receiver_.PickupEvent().Wait(milliseconds(0)));
-  EXPECT_EQ(ReceiveOne(), GetParam().received);
-  EXPECT_FALSE(receiver_.PickupEvent().Wait(milliseconds(0))) << "collected, even when dropped";
-  EXPECT_EQ(ReceiveOne(), std::nullopt) << "a block is collected once";
+// Received paths are trimmed of spaces, cut to the block's 260 units, and those
+// shorter than three units dropped; a block is collected once, even when dropped.
+TEST_F(Channel, ReceivedPathsAreTrimmedCutAndTooShortOnesDropped) {
+  const std::u16string longPath = u"/music/" + std::u16string(300, u'x');
+  const std::pair<std::u16string, std::optional<std::u16string>> cases[] = {
+      {u"  /music/a  ", u"/music/a"},
+      {u"abc", u"abc"},
+      {u"ab", std::nullopt},
+      {u"  a   b", u"a   b"},
+      {u"   ab   ", std::nullopt},
+      {u"\tab", u"\tab"},
+      {std::u16string(260, u'z'), std::u16string(260, u'z')},
+      {longPath, longPath.substr(0, 260)},
+      {u"/music/\U0001F3B5\xDCE9", u"/music/\U0001F3B5\xDCE9"},
+  };
+  for (const auto& [sent, received] : cases) {
+    SCOPED_TRACE(Utf16ToUtf8(sent));
+    sender_.Send(sent);
+    EXPECT_TRUE(receiver_.PickupEvent().Wait(milliseconds(0)));
+    EXPECT_EQ(ReceiveOne(), received);
+    EXPECT_FALSE(receiver_.PickupEvent().Wait(milliseconds(0))) << "collected, even when dropped";
+    EXPECT_EQ(ReceiveOne(), std::nullopt) << "a block is collected once";
+  }
 }
-
-const std::u16string kLong = u"/music/" + std::u16string(300, u'x');
-
-INSTANTIATE_TEST_SUITE_P(
-    SingleInstance, ReceivedPaths,
-    testing::Values(ReceiveCase{"Plain", u"D:\\Music", u"D:\\Music"},
-                    ReceiveCase{"Spaces", u"  /music/a  ", u"/music/a"}, ReceiveCase{"ThreeCharacters", u"abc", u"abc"},
-                    ReceiveCase{"TwoCharacters", u"ab", std::nullopt},
-                    ReceiveCase{"InnerSpacesStay", u"  a   b", u"a   b"},
-                    ReceiveCase{"ShortAfterTrimming", u"   ab   ", std::nullopt},
-                    ReceiveCase{"Empty", u"", std::nullopt}, ReceiveCase{"TabCounts", u"\tab", u"\tab"},
-                    ReceiveCase{"Fits259", std::u16string(259, u'y'), std::u16string(259, u'y')},
-                    ReceiveCase{"Exactly260NoTerminator", std::u16string(260, u'z'), std::u16string(260, u'z')},
-                    ReceiveCase{"TooLongIsCut", kLong, kLong.substr(0, 260)},
-                    ReceiveCase{"Surrogates", u"/music/\U0001F3B5\xDCE9", u"/music/\U0001F3B5\xDCE9"}),
-    [](const auto& p) { return std::string(p.param.name); });
 
 TEST_F(Channel, BlockWithoutTerminatorYieldsAtMost260Units) {
   std::array<std::uint8_t, kChannelBlockSize> bytes;

@@ -6,11 +6,11 @@
 #include <cstdlib>
 #include <memory>
 
-#include "support/child_process.h"
 #include "app/test_files.h"
-#include "base/settings.h"
 #include "base/known_folders.h"
+#include "base/settings.h"
 #include "base/text.h"
+#include "support/child_process.h"
 #include "support/test_env.h"
 
 namespace tessaroven {
@@ -244,21 +244,19 @@ TEST(Startup, AHungSelectorKeepsItsSendersWaitingAKilledOneDoesNot) {
   EXPECT_EQ(waiting.Stop(), kFirst);
 }
 
-TEST(Startup, AwkwardPathsArriveIntactAndTooShortOnesAreIgnored) {
+TEST(Startup, AwkwardPathsArriveIntactFromAnotherProcess) {
   struct Case {
     std::u16string argument;  // after the program path
     std::u16string arrives;   // empty: nothing arrives
   };
+  // Trimming, cutting and dropping short paths are the channel's own tests.
   const std::vector<Case> cases = {
-      {u"   D:\\Music   ", u"D:\\Music"},
       {u" /music/\"quoted\" name", u"/music/\"quoted\" name"},
       {u" /music/two\nlines", u"/music/two\nlines"},
-      {u" \t/music/tab\t", u"\t/music/tab\t"},
       {u" /music/Caf\u00E9 \u65E5\u672C \U0001F3B5", u"/music/Caf\u00E9 \u65E5\u672C \U0001F3B5"},
       // A Latin-1 byte in a Linux file name, as the lossless conversion carries it.
       {u" /music/Caf\xDCE9.flac", u"/music/Caf\xDCE9.flac"},
       {u" ab", u""},
-      {u" /music/" + std::u16string(300, u'x'), (u"/music/" + std::u16string(300, u'x')).substr(0, 260)},
   };
   TempDir dir;
   RunningSelector first(dir, "first");

@@ -4,9 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <thread>
-
 #include "base/settings_test_key.h"
 #include "base/text.h"
 #include "support/settings_raw.h"
@@ -158,42 +155,6 @@ TEST_F(SettingsDefaults, AbsentRootAndPathMeanTheDefaults) {
   EXPECT_EQ(SettingsGetDword(u"ViaDefault", SettingsRoot::CurrentUser, Path()), 77u);
   EXPECT_EQ(SettingsGetString(u"TextViaDefault", SettingsRoot::CurrentUser, Path()), u"t");
   EXPECT_EQ(SettingsGetDword(u"ViaDefault"), 77u);
-}
-
-// ---- Threads -------------------------------------------------------------------------------
-
-TEST_F(SettingsTest, ConcurrentThreadsLoseNoValue) {
-  constexpr int kThreads = 4;
-  constexpr int kValuesPerThread = 150;
-  std::vector<int> mismatches(kThreads, 0);
-  {
-    std::vector<std::jthread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-      threads.emplace_back([&, t] {
-        for (int i = 0; i < kValuesPerThread; ++i) {
-          const std::u16string name = AsciiToUtf16("t" + std::to_string(t) + "-" + std::to_string(i));
-          const auto value = static_cast<std::uint32_t>(t * 1000 + i + 1);
-          if (!SettingsSetDword(value, name, SettingsRoot::CurrentUser, Path()) ||
-              SettingsGetDword(name, SettingsRoot::CurrentUser, Path()) != value)
-            ++mismatches[t];
-          // Every thread also rewrites one shared text. The texts are all as long, so
-          // that a read never meets one longer than the size it asked for first.
-          char shared[16];
-          std::snprintf(shared, sizeof shared, "t%d-%04d", t, i);
-          SettingsSetString(AsciiToUtf16(shared), u"Shared", SettingsRoot::CurrentUser, Path());
-          if (SettingsGetString(u"Shared", SettingsRoot::CurrentUser, Path()).empty()) ++mismatches[t];
-        }
-      });
-    }
-  }
-  for (int t = 0; t < kThreads; ++t) EXPECT_EQ(mismatches[t], 0) << "thread " << t;
-  for (int t = 0; t < kThreads; ++t) {
-    for (int i = 0; i < kValuesPerThread; ++i) {
-      const std::u16string name = AsciiToUtf16("t" + std::to_string(t) + "-" + std::to_string(i));
-      ASSERT_EQ(SettingsGetDword(name, SettingsRoot::CurrentUser, Path()), static_cast<std::uint32_t>(t * 1000 + i + 1))
-          << Utf16ToUtf8(name);
-    }
-  }
 }
 
 }  // namespace

@@ -49,18 +49,6 @@ TEST(SortedList, AddUniqueKeepsTheFirstOfEqualEntries) {
   EXPECT_EQ(list[0], u".Mp3");
 }
 
-TEST(SortedList, EqualEntriesStayInInsertionOrderInTheIndex) {
-  STStringStorage list;
-  list.Add(u"b");
-  list.Add(u"A");
-  list.Add(u"a");
-  list.Add(u"B");
-  EXPECT_EQ(list.Sorted(0), u"A");
-  EXPECT_EQ(list.Sorted(1), u"a");
-  EXPECT_EQ(list.Sorted(2), u"b");
-  EXPECT_EQ(list.Sorted(3), u"B");
-}
-
 struct Value {
   std::uint32_t key;
   std::u16string text;

@@ -40,67 +40,53 @@ class RuntimeDir {
   std::optional<std::string> old_;
 };
 
-struct FolderCase {
-  const char* name;
-  std::function<void(const std::string& folder)> prepare;
-  bool needsRoot = false;  // to give a folder away
-};
-
-class UnsafeObjectFolder : public testing::TestWithParam<FolderCase> {};
-
-TEST_P(UnsafeObjectFolder, IsRefusedAndNothingIsOpenedInIt) {
-  if (GetParam().needsRoot && geteuid() != 0) GTEST_SKIP() << "only root can give a folder to another user";
-  TempDir runtime;
-  RuntimeDir env(runtime.Path());
-  const std::string folder = Utf16ToUtf8(runtime.Path()) + "tessaroven";
-  GetParam().prepare(folder);
-
-  NamedEvent event;
-  EXPECT_FALSE(event.Create(kAcceptEventName));
-  EXPECT_FALSE(event.IsOpen());
-  EXPECT_NE(Utf16ToUtf8(event.Error()).find(folder), std::string::npos) << Utf16ToUtf8(event.Error());
-  NamedSharedBlock block;
-  EXPECT_FALSE(block.Create(u"NSharedData_ShrPassNewFolderSel", 520));
-
-  // The start-up then takes every start for a first selector: no path goes into a
-  // block that someone else could read.
-  SingleInstance instance;
-  instance.Open();
-  EXPECT_FALSE(instance.AcceptEvent().IsOpen());
-  EXPECT_FALSE(instance.Channel().Open());
-  instance.Close();
-  struct stat info {};
-  if (lstat(folder.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
-    EXPECT_FALSE(test::FileExists(Utf8ToUtf16(folder + "/evtBCCanAcceptFiles")));
+// Makes the object folder unsafe in one way; false when this user cannot.
+bool MakeUnsafe(const std::string& folder, int how) {
+  switch (how) {
+    case 0:  // owned by another user, which only root can arrange
+      return geteuid() == 0 && mkdir(folder.c_str(), 0700) == 0 && chown(folder.c_str(), 65534, 65534) == 0;
+    case 1:  // writable by anyone
+      return mkdir(folder.c_str(), 0700) == 0 && chmod(folder.c_str(), 0777) == 0;
+    case 2:  // writable by the group
+      return mkdir(folder.c_str(), 0700) == 0 && chmod(folder.c_str(), 0770) == 0;
+    case 3:  // a link to a private folder
+      return mkdir((folder + "-real").c_str(), 0700) == 0 && symlink((folder + "-real").c_str(), folder.c_str()) == 0;
+    default:  // a file
+      return test::WriteBytes(Utf8ToUtf16(folder), "x");
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(NamedObjects, UnsafeObjectFolder,
-                         testing::Values(FolderCase{"OwnedByAnotherUser",
-                                                    [](const std::string& f) {
-                                                      ASSERT_EQ(mkdir(f.c_str(), 0700), 0);
-                                                      ASSERT_EQ(chown(f.c_str(), 65534, 65534), 0);
-                                                    }},
-                                         FolderCase{"WorldWritable",
-                                                    [](const std::string& f) {
-                                                      ASSERT_EQ(mkdir(f.c_str(), 0700), 0);
-                                                      ASSERT_EQ(chmod(f.c_str(), 0777), 0);
-                                                    }},
-                                         FolderCase{"GroupWritable",
-                                                    [](const std::string& f) {
-                                                      ASSERT_EQ(mkdir(f.c_str(), 0700), 0);
-                                                      ASSERT_EQ(chmod(f.c_str(), 0770), 0);
-                                                    }},
-                                         FolderCase{"SymlinkToAPrivateFolder",
-                                                    [](const std::string& f) {
-                                                      ASSERT_EQ(mkdir((f + "-real").c_str(), 0700), 0);
-                                                      ASSERT_EQ(symlink((f + "-real").c_str(), f.c_str()), 0);
-                                                    }},
-                                         FolderCase{"AFile",
-                                                    [](const std::string& f) {
-                                                      ASSERT_TRUE(test::WriteBytes(Utf8ToUtf16(f), "x"));
-                                                    }}),
-                         [](const auto& p) { return std::string(p.param.name); });
+TEST(NamedObjects, AnUnsafeFolderIsRefusedAndNothingIsOpenedInIt) {
+  for (int how = 0; how < 5; ++how) {
+    SCOPED_TRACE(how);
+    TempDir runtime;
+    RuntimeDir env(runtime.Path());
+    const std::string folder = Utf16ToUtf8(runtime.Path()) + "tessaroven";
+    if (!MakeUnsafe(folder, how)) {
+      ASSERT_EQ(how, 0) << "could not prepare the folder";
+      continue;
+    }
+
+    NamedEvent event;
+    EXPECT_FALSE(event.Create(kAcceptEventName));
+    EXPECT_FALSE(event.IsOpen());
+    EXPECT_NE(Utf16ToUtf8(event.Error()).find(folder), std::string::npos) << Utf16ToUtf8(event.Error());
+    NamedSharedBlock block;
+    EXPECT_FALSE(block.Create(u"NSharedData_ShrPassNewFolderSel", 520));
+
+    // The start-up then takes every start for a first selector: no path goes into a
+    // block that someone else could read.
+    SingleInstance instance;
+    instance.Open();
+    EXPECT_FALSE(instance.AcceptEvent().IsOpen());
+    EXPECT_FALSE(instance.Channel().Open());
+    instance.Close();
+    struct stat info {};
+    if (lstat(folder.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
+      EXPECT_FALSE(test::FileExists(Utf8ToUtf16(folder + "/evtBCCanAcceptFiles")));
+    }
+  }
+}
 
 TEST(NamedObjects, LiveInAPrivateFolderNamedAfterTheirWindowsNames) {
   TempDir runtime;
@@ -145,11 +131,6 @@ TEST(NamedObjects, WithoutARuntimeFolderUseAPrivateFolderInTmp) {
 
 // What a killed process leaves behind: files that no live process holds. Their
 // content, whatever it is, must not carry over into the next start.
-struct StaleCase {
-  const char* name;
-  std::function<std::string()> leftover;  // bytes of the file "tessaroven-test-stale"
-};
-
 std::string SnapshotOf(const std::function<void(NamedEvent&, NamedMutex&)>& use, bool mutex) {
   const std::u16string file = NamedObjectFolder() + u"tessaroven-test-stale";
   NamedEvent event;
@@ -162,48 +143,38 @@ std::string SnapshotOf(const std::function<void(NamedEvent&, NamedMutex&)>& use,
   return test::ReadBytes(file);
 }
 
-class StaleObjectFile : public testing::TestWithParam<StaleCase> {};
-
-TEST_P(StaleObjectFile, IsStartedAfreshByTheNextOpen) {
+TEST(NamedObjects, AStaleObjectFileIsStartedAfreshByTheNextOpen) {
   TempDir runtime;
   RuntimeDir env(runtime.Path());
-  const std::string bytes = GetParam().leftover();
-  mkdir(Utf16ToUtf8(NamedObjectFolder()).c_str(), 0700);
-  ASSERT_TRUE(test::WriteBytes(NamedObjectFolder() + u"tessaroven-test-stale", bytes));
-
-  NamedEvent event;
-  ASSERT_TRUE(event.Create(u"tessaroven-test-stale")) << Utf16ToUtf8(event.Error());
-  EXPECT_FALSE(event.ExistedBefore());
-  EXPECT_FALSE(event.Wait(milliseconds(0)));
-  EXPECT_TRUE(event.Set());
-  EXPECT_TRUE(event.Wait(milliseconds(0)));
-  event.Close();
-
-  ASSERT_TRUE(test::WriteBytes(NamedObjectFolder() + u"tessaroven-test-stale", bytes));
-  NamedMutex mutex;
-  ASSERT_TRUE(mutex.Create(u"tessaroven-test-stale"));
-  bool got = false;
+  std::string heldByAGoneThread;
   std::thread([&] {
-    got = mutex.Wait(milliseconds(0));
-    mutex.Release();
+    heldByAGoneThread = SnapshotOf([](NamedEvent&, NamedMutex& m) { m.Wait(milliseconds(-1)); }, true);
   }).join();
-  EXPECT_TRUE(got);
-}
+  const std::string leftovers[] = {"garbage", "", SnapshotOf([](NamedEvent& e, NamedMutex&) { e.Set(); }, false),
+                                   heldByAGoneThread};
+  for (const auto& bytes : leftovers) {
+    mkdir(Utf16ToUtf8(NamedObjectFolder()).c_str(), 0700);
+    ASSERT_TRUE(test::WriteBytes(NamedObjectFolder() + u"tessaroven-test-stale", bytes));
 
-INSTANTIATE_TEST_SUITE_P(
-    NamedObjects, StaleObjectFile,
-    testing::Values(
-        StaleCase{"Garbage", [] { return std::string("garbage"); }}, StaleCase{"Empty", [] { return std::string(); }},
-        StaleCase{"SignalledEvent", [] { return SnapshotOf([](NamedEvent& e, NamedMutex&) { e.Set(); }, false); }},
-        StaleCase{"MutexHeldByAThreadThatIsGone",
-                  [] {
-                    std::string snapshot;
-                    std::thread([&] {
-                      snapshot = SnapshotOf([](NamedEvent&, NamedMutex& m) { m.Wait(milliseconds(-1)); }, true);
-                    }).join();
-                    return snapshot;
-                  }}),
-    [](const auto& p) { return std::string(p.param.name); });
+    NamedEvent event;
+    ASSERT_TRUE(event.Create(u"tessaroven-test-stale")) << Utf16ToUtf8(event.Error());
+    EXPECT_FALSE(event.ExistedBefore());
+    EXPECT_FALSE(event.Wait(milliseconds(0)));
+    EXPECT_TRUE(event.Set());
+    EXPECT_TRUE(event.Wait(milliseconds(0)));
+    event.Close();
+
+    ASSERT_TRUE(test::WriteBytes(NamedObjectFolder() + u"tessaroven-test-stale", bytes));
+    NamedMutex mutex;
+    ASSERT_TRUE(mutex.Create(u"tessaroven-test-stale"));
+    bool got = false;
+    std::thread([&] {
+      got = mutex.Wait(milliseconds(0));
+      mutex.Release();
+    }).join();
+    EXPECT_TRUE(got);
+  }
+}
 
 TEST(SingleInstance, LinuxCommandLineCarriesNonUtf8BytesIntact) {
   std::string program = "/usr/bin/tessaroven";

@@ -6,7 +6,8 @@
  * looked up by these exact names: Create, Destroy, Get, Set, Open, Close, DecodeBlock,
  * SetPosition, DeleteATag. A library that lacks any one of them is never used, even for
  * the extensions it declares. The file selector calls only Create, Destroy, Get and Open;
- * the other five are used by the converter.
+ * the converter also Close, DecodeBlock and SetPosition. Set and DeleteATag are
+ * reserved.
  *
  * Writing a plug-in: include this header in the file that defines the exports and define
  * all nine with the signatures below. The declarations here carry C linkage and the export
@@ -31,7 +32,33 @@
  *   - An instance (the handle Create returns) is used by one thread at a time; the
  *     caller never calls into one instance from two threads at once.
  *   - Different instances of the same library may be used on different threads at the
- *     same moment, so a plug-in must not keep per-file state in globals.
+ *     same moment, so a plug-in must not keep per-file state in globals. The converter
+ *     decodes as many files at once as there are cores, each instance on one worker
+ *     thread from Create to Destroy.
+ *
+ * Decoded PCM (DecodeBlock)
+ *   - Interleaved 32-bit IEEE float, little-endian, whatever the source's own format
+ *     or the open record's format tag and bits say: one sample frame is channels * 4
+ *     bytes. Full scale is -1.0 to 1.0; louder samples are passed on, not clipped.
+ *     A float holds every 16- and 24-bit sample exactly, so nothing the converter
+ *     keeps is lost, and a host needs no case per source format.
+ *   - As many channels as the open record's format says, in the order in which
+ *     WAVEFORMATEXTENSIBLE numbers the speakers (front left, front right, front
+ *     centre, LFE, back left, back right, ...).
+ *   - At the record's samples_per_sec, except for DSD (bits_per_sample 1), whose PCM
+ *     comes at an eighth of the 1-bit rate (DSD64: 352800 Hz).
+ *
+ * Calling order as the converter uses it:
+ *   - per file, on one worker thread: Create(zeroed block) -> Open(record) -> DecodeBlock
+ *     ... until it returns 0, with SetPosition between blocks if the converter needs
+ *     another starting point -> Close -> Destroy. Destroy alone must also do, at any
+ *     point (a cancelled conversion). An instance opens one file in its life: Close
+ *     does not make room for another Open.
+ *   - A plug-in that reads tags only answers the first DecodeBlock with a negative
+ *     value; the converter then decodes the file by other means. The taglib plug-in
+ *     does so.
+ *   - Set and DeleteATag are reserved for writing tags. No host calls them today and
+ *     every plug-in may return 0 from them.
  *
  * Calling order as the file selector uses it:
  *   - listing types: Create -> Get("Decodes", 0, 1, ...) -> Destroy, library unloaded.
@@ -187,20 +214,34 @@ typedef void (*TsvDestroyFn)(TsvInstance instance);
  * such item or index. */
 typedef int32_t (*TsvGetFn)(TsvInstance instance, const TsvChar16* item_name,
                             TsvItemRecord* item);
-/* Converter only: sets the named item (a tag to write, an option) from item. */
+/* Reserved: would set the named item (a tag to write, an option) from item. Hosts do
+ * not call it yet; a plug-in may return 0. */
 typedef int32_t (*TsvSetFn)(TsvInstance instance, const TsvChar16* item_name,
                             const TsvItemRecord* item);
 /* Opens record->path and fills the record. One file per instance. 0 on failure; then
  * the record's output fields are not read. */
 typedef int32_t (*TsvOpenFn)(TsvInstance instance, TsvOpenRecord* record);
-/* Converter only: closes the open file; the instance stays alive. */
+/* Converter only: closes the open file and frees what decoding it took; the instance
+ * stays alive and the blocks Open handed out stay valid until Destroy. 0 when no file
+ * was open. DecodeBlock and SetPosition fail after it. */
 typedef int32_t (*TsvCloseFn)(TsvInstance instance);
-/* Converter only: decodes the next PCM block into buffer (capacity bytes, in the format
- * of the open record). Returns the bytes written, 0 at the end, negative on error. */
+/* Converter only: writes the next samples of the file opened by a successful Open into
+ * buffer, which the caller owns (capacity bytes; no alignment beyond a byte). The
+ * layout is "Decoded PCM" above; only whole sample frames are written, at least one
+ * per call until the end. Returns the bytes written, which may be fewer than capacity
+ * without meaning the end; 0 at the end of the audio (and on every call after it);
+ * negative on error, when nothing is open, when capacity holds no whole frame, and
+ * always from a plug-in that does not decode. */
 typedef int32_t (*TsvDecodeBlockFn)(TsvInstance instance, void* buffer, uint32_t capacity);
-/* Converter only: moves the decoding position to position_ms milliseconds. */
+/* Converter only: the next DecodeBlock starts position_ms milliseconds from the start
+ * of the audio: at that very sample where the file's timestamps allow, otherwise at
+ * the nearest point the file can start from before it. A position at or past the end
+ * leaves the instance at its end. 0 when nothing is open, position_ms is negative or
+ * the file cannot move there; DecodeBlock then carries on from where it was, or
+ * fails if the file cannot. */
 typedef int32_t (*TsvSetPositionFn)(TsvInstance instance, int64_t position_ms);
-/* Converter only: removes the named tag from the open file. */
+/* Reserved: would remove the named tag from the open file. Hosts do not call it yet;
+ * a plug-in may return 0. */
 typedef int32_t (*TsvDeleteATagFn)(TsvInstance instance, const TsvChar16* tag_name);
 
 /* The host defines TESSAROVEN_DECODER_PLUGIN_HOST so that these short global names are

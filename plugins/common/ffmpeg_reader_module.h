@@ -29,6 +29,17 @@ using FfmpegOpenIntoFn = bool (*)(InstanceBase& instance, TsvOpenRecord* record,
 // Reads record->path through the reader module; false also when the module is missing.
 bool ReadWithFfmpeg(InstanceBase& instance, TsvOpenRecord* record, const FfmpegReadOptions& options);
 
+// Decoding instance.decodePath through the reader module, with the meaning of the
+// DecodeBlock and SetPosition exports; the decoder is made on the first call and kept
+// in instance.decoding until ReleaseFfmpegDecoding. Failures when the module is
+// missing.
+using FfmpegDecodeBlockFn = std::int32_t (*)(InstanceBase& instance, void* buffer, std::uint32_t capacity);
+using FfmpegSetPositionFn = std::int32_t (*)(InstanceBase& instance, std::int64_t positionMs);
+using FfmpegReleaseFn = void (*)(InstanceBase& instance);
+std::int32_t DecodeWithFfmpeg(InstanceBase& instance, void* buffer, std::uint32_t capacity);
+std::int32_t SeekWithFfmpeg(InstanceBase& instance, std::int64_t positionMs);
+void ReleaseFfmpegDecoding(InstanceBase& instance);
+
 // Platform part: loads the module from "ffmpeg/" beside the module that holds this code
 // (null when it cannot), and looks up one of its exports.
 void* LoadFfmpegReaderModule();

@@ -91,6 +91,12 @@ struct OpenResult {
 struct InstanceBase {
   bool opened = false;
   TagBlock tags;  // its bytes are what the record's tag block points at
+  // Set by a plug-in that decodes, when Open succeeded: the file to decode. Decoding
+  // starts only on the first DecodeBlock or SetPosition, so the selector, which only
+  // opens, never pays for a decoder.
+  std::u16string decodePath;
+  void* decoding = nullptr;  // the decoder's state once started, owned by the plug-in
+  bool closed = false;
 };
 
 // Writes result and the instance's tags into the record; the tag bytes are kept by
@@ -115,6 +121,11 @@ struct PluginDescription {
   void (*prepare)();                 // on every Create: quiets the library's own logging
   // Fills the record for the instance's one file; may throw (the export catches).
   bool (*open)(InstanceBase& instance, TsvOpenRecord* record);
+  // Decoding, as the exports of the same names; null in a plug-in that reads tags
+  // only, whose exports then fail. release frees instance.decoding, if any.
+  std::int32_t (*decodeBlock)(InstanceBase& instance, void* buffer, std::uint32_t capacity);
+  std::int32_t (*setPosition)(InstanceBase& instance, std::int64_t positionMs);
+  void (*release)(InstanceBase& instance);
 };
 extern const PluginDescription kPlugin;
 

@@ -2,9 +2,10 @@
 // libavformat: DSD files, AC-3 and DTS, raw AAC, Matroska and WebM, and the audio
 // track of video containers.
 //
-// It reads metadata only: the audio format, length, bit rate, compressed size and
-// tags of the first (best) audio stream. Set and the four decoding exports exist
-// because every plug-in must have them, and fail.
+// Open reads the audio format, length, bit rate, compressed size and tags of the
+// first (best) audio stream; DecodeBlock, SetPosition and Close decode that stream
+// for the converter. Set and DeleteATag exist because every plug-in must have them,
+// and fail.
 //
 // This module declares the extensions and nothing else; the reading lives in
 // ffmpeg/reader.so beside it (ffmpeg_reader.cpp), loaded on the first Open. The
@@ -40,12 +41,17 @@ constexpr DecodeRow kRows[] = {
 
 constexpr char16_t kPropertyElements[] = u"Codec\raudio quality\rEncoder\rDSD Type";
 
-bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) { return ReadWithFfmpeg(instance, record, {}); }
+bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) {
+  if (!ReadWithFfmpeg(instance, record, {})) return false;
+  instance.decodePath = record->path;
+  return true;
+}
 
 void Prepare() {}
 
 }  // namespace
 
-const PluginDescription kPlugin = {kRows, std::size(kRows), kPropertyElements, Prepare, OpenInto};
+const PluginDescription kPlugin = {kRows,    std::size(kRows), kPropertyElements,    Prepare,
+                                   OpenInto, DecodeWithFfmpeg, SeekWithFfmpeg, ReleaseFfmpegDecoding};
 
 }  // namespace tessaroven::plugin

@@ -1,5 +1,6 @@
 // The part of the "ffmpeg" plug-in that uses FFmpeg: reading one file's format,
-// length, bit rate, sizes and tags through libavformat.
+// length, bit rate, sizes and tags through libavformat, and decoding its audio to
+// the plug-ins' PCM (interleaved float) through libavcodec and libswresample.
 //
 // A module of its own (decoder/ffmpeg/reader.so), loaded by ffmpeg.so on its first
 // Open and by taglib.so for the files TagLib cannot read: FFmpeg's libraries pull in
@@ -11,13 +12,16 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/log.h>
+#include <libswresample/swresample.h>
 }
 
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <string_view>
+#include <vector>
 
 #include "ffmpeg_reader_module.h"
 
@@ -193,13 +197,225 @@ bool OpenInto(InstanceBase& instance, TsvOpenRecord* record, const FfmpegReadOpt
   return true;
 }
 
+// One file being decoded: its own demuxer and decoder, apart from the ones Open
+// used and closed, and the PCM of the last decoded frame not yet handed out.
+class Decoding {
+ public:
+  ~Decoding() {
+    swr_free(&resampler_);
+    av_frame_free(&frame_);
+    av_packet_free(&packet_);
+    avcodec_free_context(&codec_);
+  }
+
+  bool Start(const std::u16string& path) {
+    deadline_.end = std::chrono::steady_clock::now() + kOpenTimeLimit;
+    if (!input_.Open(PathToNative(path.c_str()), nullptr, &deadline_)) return false;
+    AVFormatContext* ctx = input_.get();
+    const AVCodec* decoder = nullptr;
+    stream_ = av_find_best_stream(ctx, AVMEDIA_TYPE_AUDIO, -1, -1, &decoder, 0);
+    if (stream_ < 0 || decoder == nullptr) return false;
+    for (unsigned i = 0; i < ctx->nb_streams; ++i) {
+      if (static_cast<int>(i) != stream_) ctx->streams[i]->discard = AVDISCARD_ALL;
+    }
+    const AVStream* stream = ctx->streams[stream_];
+    codec_ = avcodec_alloc_context3(decoder);
+    if (!codec_ || avcodec_parameters_to_context(codec_, stream->codecpar) < 0) return false;
+    // The converter decodes one file per core already.
+    codec_->thread_count = 1;
+    codec_->pkt_timebase = stream->time_base;
+    if (avcodec_open2(codec_, decoder, nullptr) < 0) return false;
+    channels_ = codec_->ch_layout.nb_channels;
+    packet_ = av_packet_alloc();
+    frame_ = av_frame_alloc();
+    return channels_ > 0 && packet_ && frame_;
+  }
+
+  std::int32_t Block(void* buffer, std::uint32_t capacity) {
+    const std::size_t frameBytes = static_cast<std::size_t>(channels_) * sizeof(float);
+    const std::size_t wanted = capacity / frameBytes;
+    if (wanted == 0) return -1;
+    deadline_.end = std::chrono::steady_clock::now() + kOpenTimeLimit;
+    while (next_ == pcm_.size()) {
+      pcm_.clear();
+      next_ = 0;
+      const int got = DecodeFrame();
+      if (got <= 0) return got;
+    }
+    const std::size_t frames = std::min({wanted, (pcm_.size() - next_) / channels_,
+                                         static_cast<std::size_t>(INT32_MAX) / frameBytes});
+    std::memcpy(buffer, pcm_.data() + next_, frames * frameBytes);
+    next_ += frames * channels_;
+    return static_cast<std::int32_t>(frames * frameBytes);
+  }
+
+  std::int32_t Seek(std::int64_t positionMs) {
+    const AVStream* stream = input_.get()->streams[stream_];
+    const std::int64_t start = stream->start_time != AV_NOPTS_VALUE ? stream->start_time : 0;
+    const std::int64_t target = start + av_rescale_q(positionMs, AVRational{1, 1000}, stream->time_base);
+    deadline_.end = std::chrono::steady_clock::now() + kOpenTimeLimit;
+    if (av_seek_frame(input_.get(), stream_, target, AVSEEK_FLAG_BACKWARD) < 0) {
+      // A position past the end has nowhere to land in some demuxers.
+      const std::int64_t length = stream->duration != AV_NOPTS_VALUE ? stream->duration : 0;
+      if (length <= 0 || target < start + length) return 0;
+      pcm_.clear();
+      next_ = 0;
+      ended_ = true;
+      return 1;
+    }
+    avcodec_flush_buffers(codec_);
+    pcm_.clear();
+    next_ = 0;
+    flushed_ = ended_ = false;
+    skipToMs_ = positionMs;
+    return 1;
+  }
+
+ private:
+  // Decodes the next frame into pcm_: 1 when it holds samples, 0 at the end, -1 on
+  // error. After a seek, the samples before the asked position are dropped.
+  int DecodeFrame() {
+    while (!ended_) {
+      const int code = avcodec_receive_frame(codec_, frame_);
+      if (code == 0) {
+        const int kept = Convert();
+        av_frame_unref(frame_);
+        if (kept < 0) return -1;
+        if (kept > 0) return 1;
+        continue;
+      }
+      if (code == AVERROR_EOF) {
+        ended_ = true;
+        break;
+      }
+      if (code != AVERROR(EAGAIN)) return -1;
+      if (flushed_) {
+        ended_ = true;
+        break;
+      }
+      const int read = av_read_frame(input_.get(), packet_);
+      if (read < 0) {
+        // The end, or a damaged ending, which players too treat as the end; a failing
+        // disk is an error.
+        if (read != AVERROR_EOF && read != AVERROR_INVALIDDATA) return -1;
+        flushed_ = true;
+        avcodec_send_packet(codec_, nullptr);
+        continue;
+      }
+      if (packet_->stream_index == stream_) {
+        const int sent = avcodec_send_packet(codec_, packet_);
+        // A damaged packet is skipped rather than failing the file.
+        if (sent < 0 && sent != AVERROR_INVALIDDATA && sent != AVERROR(EAGAIN)) {
+          av_packet_unref(packet_);
+          return -1;
+        }
+      }
+      av_packet_unref(packet_);
+    }
+    return 0;
+  }
+
+  // Appends frame_'s samples (those at or after skipToMs_) to pcm_ as interleaved
+  // float; the number of sample frames kept, or -1.
+  int Convert() {
+    const int count = frame_->nb_samples;
+    if (count <= 0 || frame_->ch_layout.nb_channels != channels_) return count <= 0 ? 0 : -1;
+    if (!FitResampler()) return -1;
+    pcm_.resize(static_cast<std::size_t>(count) * channels_);
+    std::uint8_t* out[] = {reinterpret_cast<std::uint8_t*>(pcm_.data())};
+    const int made = swr_convert(resampler_, out, count, const_cast<const std::uint8_t**>(frame_->extended_data),
+                                 count);
+    if (made < 0) return -1;
+    pcm_.resize(static_cast<std::size_t>(made) * channels_);
+    if (skipToMs_ >= 0) {
+      const AVStream* stream = input_.get()->streams[stream_];
+      const std::int64_t pts = frame_->best_effort_timestamp;
+      std::int64_t drop = 0;
+      if (pts != AV_NOPTS_VALUE) {
+        const std::int64_t start = stream->start_time != AV_NOPTS_VALUE ? stream->start_time : 0;
+        const std::int64_t first = av_rescale_q(pts - start, stream->time_base, AVRational{1, frame_->sample_rate});
+        const std::int64_t wanted = av_rescale(skipToMs_, frame_->sample_rate, 1000);
+        drop = std::clamp<std::int64_t>(wanted - first, 0, made);
+      }
+      // Without a timestamp the frame is taken as it comes: the nearest point before.
+      if (drop < made) skipToMs_ = -1;
+      pcm_.erase(pcm_.begin(), pcm_.begin() + drop * channels_);
+      return made - static_cast<int>(drop);
+    }
+    return made;
+  }
+
+  // Same rate, same channels: the resampler only turns the decoder's sample format
+  // (planar or not, integer or float) into interleaved float. Made anew when a
+  // stream changes its format mid-way.
+  bool FitResampler() {
+    const auto format = static_cast<AVSampleFormat>(frame_->format);
+    if (resampler_ && format == inFormat_ && frame_->sample_rate == inRate_) return true;
+    swr_free(&resampler_);
+    AVChannelLayout layout{};
+    if (frame_->ch_layout.order == AV_CHANNEL_ORDER_NATIVE) av_channel_layout_copy(&layout, &frame_->ch_layout);
+    else av_channel_layout_default(&layout, channels_);
+    const int code = swr_alloc_set_opts2(&resampler_, &layout, AV_SAMPLE_FMT_FLT, frame_->sample_rate, &layout,
+                                         format, frame_->sample_rate, 0, nullptr);
+    av_channel_layout_uninit(&layout);
+    if (code < 0 || swr_init(resampler_) < 0) return false;
+    inFormat_ = format;
+    inRate_ = frame_->sample_rate;
+    return true;
+  }
+
+  Deadline deadline_{};
+  FormatContext input_;
+  AVCodecContext* codec_ = nullptr;
+  AVPacket* packet_ = nullptr;
+  AVFrame* frame_ = nullptr;
+  SwrContext* resampler_ = nullptr;
+  AVSampleFormat inFormat_ = AV_SAMPLE_FMT_NONE;
+  int inRate_ = 0;
+  int stream_ = -1;
+  int channels_ = 0;
+  bool flushed_ = false;
+  bool ended_ = false;
+  std::int64_t skipToMs_ = -1;
+  std::vector<float> pcm_;
+  std::size_t next_ = 0;
+};
+
+// The decoder of the instance, made on first use; null when the file cannot be
+// decoded, which every later call then reports again.
+Decoding* DecodingOf(InstanceBase& instance) {
+  if (instance.decoding == nullptr) {
+    auto decoding = std::make_unique<Decoding>();
+    if (!decoding->Start(instance.decodePath)) {
+      instance.decodePath.clear();
+      return nullptr;
+    }
+    instance.decoding = decoding.release();
+  }
+  return static_cast<Decoding*>(instance.decoding);
+}
+
 }  // namespace
 }  // namespace tessaroven::plugin
 
-// The two entry points the plug-ins look up (ffmpeg_reader_module.cpp). Same thread
-// rules as a plug-in's Open.
+// The entry points the plug-ins look up (ffmpeg_reader_module.cpp). Same thread rules
+// as a plug-in's exports.
 TSV_PLUGIN_EXPORT void TsvFfmpegPrepare() { tessaroven::plugin::SilenceFfmpeg(); }
 TSV_PLUGIN_EXPORT bool TsvFfmpegOpenInto(tessaroven::plugin::InstanceBase& instance, TsvOpenRecord* record,
                                          const tessaroven::plugin::FfmpegReadOptions& options) {
   return tessaroven::plugin::OpenInto(instance, record, options);
+}
+TSV_PLUGIN_EXPORT std::int32_t TsvFfmpegDecodeBlock(tessaroven::plugin::InstanceBase& instance, void* buffer,
+                                                    std::uint32_t capacity) {
+  tessaroven::plugin::Decoding* decoding = tessaroven::plugin::DecodingOf(instance);
+  return decoding ? decoding->Block(buffer, capacity) : -1;
+}
+TSV_PLUGIN_EXPORT std::int32_t TsvFfmpegSetPosition(tessaroven::plugin::InstanceBase& instance,
+                                                    std::int64_t positionMs) {
+  tessaroven::plugin::Decoding* decoding = tessaroven::plugin::DecodingOf(instance);
+  return decoding ? decoding->Seek(positionMs) : 0;
+}
+TSV_PLUGIN_EXPORT void TsvFfmpegRelease(tessaroven::plugin::InstanceBase& instance) {
+  delete static_cast<tessaroven::plugin::Decoding*>(instance.decoding);
+  instance.decoding = nullptr;
 }

@@ -505,6 +505,9 @@ bool OpenInto(InstanceBase& instance, TsvOpenRecord* record) {
 
 }  // namespace
 
-const PluginDescription kPlugin = {kRows.data(), kRows.size(), kPropertyElements, SilenceTagLib, OpenInto};
+// Tags only: the converter decodes these files with FFmpeg itself, so the decoding
+// exports fail (their first DecodeBlock tells the converter so).
+const PluginDescription kPlugin = {kRows.data(), kRows.size(), kPropertyElements, SilenceTagLib, OpenInto,
+                                   nullptr,       nullptr,     nullptr};
 
 }  // namespace tessaroven::plugin

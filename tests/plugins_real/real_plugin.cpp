@@ -2,7 +2,10 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <vector>
 
 #include "base/text.h"
 
@@ -27,7 +30,10 @@ RealPlugin::RealPlugin(const std::string& name) {
   destroy_ = reinterpret_cast<TsvDestroyFn>(dlsym(handle_, "Destroy"));
   get_ = reinterpret_cast<TsvGetFn>(dlsym(handle_, "Get"));
   open_ = reinterpret_cast<TsvOpenFn>(dlsym(handle_, "Open"));
-  if (!create_ || !destroy_ || !get_ || !open_) {
+  close_ = reinterpret_cast<TsvCloseFn>(dlsym(handle_, "Close"));
+  decodeBlock_ = reinterpret_cast<TsvDecodeBlockFn>(dlsym(handle_, "DecodeBlock"));
+  setPosition_ = reinterpret_cast<TsvSetPositionFn>(dlsym(handle_, "SetPosition"));
+  if (!create_ || !destroy_ || !get_ || !open_ || !close_ || !decodeBlock_ || !setPosition_) {
     error_ = "missing exports in " + path;
     create_ = nullptr;
   }
@@ -105,6 +111,44 @@ std::pair<bool, bool> RealPlugin::OpenTwice(const std::string& path) const {
   }
   destroy_(instance);
   return {results[0], results[1]};
+}
+
+DecodeRun RealPlugin::Decode(const std::string& path, std::int64_t seekMs) const {
+  DecodeRun run;
+  if (!Loaded()) return run;
+  TsvCreateBlock block{};
+  TsvInstance instance = create_(&block);
+  if (!instance) return run;
+  const std::u16string widePath = FromOsString(path);
+  TsvOpenRecord record;
+  std::memset(&record, 0, sizeof record);
+  record.path = widePath.c_str();
+  record.magic = TSV_OPEN_RECORD_MAGIC;
+  run.opened = open_(instance, &record) != 0;
+  if (run.opened) {
+    run.channels = record.format.channels;
+    if (seekMs >= 0) run.seeked = setPosition_(instance, seekMs);
+    std::vector<float> buffer(4096 * 3 + 5);
+    const std::uint32_t capacity = static_cast<std::uint32_t>(buffer.size() * sizeof(float)) - 3;
+    for (bool first = true;; first = false) {
+      const std::int32_t bytes = decodeBlock_(instance, buffer.data(), capacity);
+      if (first) run.firstBlock = bytes;
+      if (bytes < 0) {
+        run.failedMidway = !first;
+        break;
+      }
+      if (bytes == 0) break;
+      const std::size_t frameBytes = sizeof(float) * static_cast<std::size_t>(std::max(1, run.channels));
+      run.wholeFrames = run.wholeFrames && bytes % frameBytes == 0;
+      run.frames += static_cast<std::int64_t>(bytes / frameBytes);
+      for (std::size_t i = 0; i < bytes / sizeof(float); ++i) run.peak = std::max(run.peak, std::fabs(buffer[i]));
+    }
+    if (run.firstBlock >= 0) run.afterEnd = decodeBlock_(instance, buffer.data(), capacity);
+    run.closed = close_(instance);
+    run.afterClose = decodeBlock_(instance, buffer.data(), capacity);
+  }
+  destroy_(instance);
+  return run;
 }
 
 }  // namespace tessaroven::test

@@ -27,6 +27,23 @@ struct ReadResult {
   std::u16string Tag(std::u16string_view name) const;
 };
 
+// One file decoded through DecodeBlock as the converter does, with a buffer that
+// holds a few frames and a bit more, so that blocks end mid-way through the
+// plug-in's own frames.
+struct DecodeRun {
+  bool opened = false;
+  int channels = 0;
+  std::int32_t seeked = -1;      // what SetPosition returned, -1 when not called
+  std::int32_t firstBlock = 0;   // what the first DecodeBlock returned
+  std::int64_t frames = 0;       // sample frames until DecodeBlock returned 0
+  bool wholeFrames = true;       // every block a whole number of sample frames
+  bool failedMidway = false;     // a negative return after the first block
+  float peak = 0;                // largest magnitude seen
+  std::int32_t afterEnd = -1;    // DecodeBlock once more after the end
+  std::int32_t closed = 0;       // what Close returned
+  std::int32_t afterClose = 0;   // DecodeBlock after Close
+};
+
 class RealPlugin {
  public:
   explicit RealPlugin(const std::string& name);  // "taglib" or "ffmpeg"
@@ -46,6 +63,8 @@ class RealPlugin {
   ReadResult Read(const std::string& path) const;
   // Opens path twice on one instance; the results of the two Open calls.
   std::pair<bool, bool> OpenTwice(const std::string& path) const;
+  // Opens path, moves to seekMs when it is not negative, decodes to the end, closes.
+  DecodeRun Decode(const std::string& path, std::int64_t seekMs = -1) const;
 
  private:
   void* handle_ = nullptr;
@@ -55,6 +74,9 @@ class RealPlugin {
   TsvDestroyFn destroy_ = nullptr;
   TsvGetFn get_ = nullptr;
   TsvOpenFn open_ = nullptr;
+  TsvCloseFn close_ = nullptr;
+  TsvDecodeBlockFn decodeBlock_ = nullptr;
+  TsvSetPositionFn setPosition_ = nullptr;
 };
 
 // The folder of the fixtures, ending in "/".

@@ -424,5 +424,73 @@ TEST(RealPlugins, MissingFileAndNullPathDoNotOpen) {
   }
 }
 
+// Decoding through the ffmpeg plug-in: stereo tones in the formats whose decoders take
+// different paths (lossy with priming and padding, Vorbis in Matroska, DSD turned
+// into PCM at an eighth of its 1-bit rate, the audio of a video).
+struct DecodeCase {
+  const char* file;
+  int rate;      // of the PCM, not of the record
+  int ms;        // the tone's length
+  int slackEnd;  // sample frames the codec may add (its frames filled up, no trimming)
+};
+
+constexpr DecodeCase kDecodeCases[] = {
+    {"tone.ac3", 48000, 200, 1536},
+    {"tone.mka", 44100, 200, 1024},
+    {"tone.dsf", 352800, 10, 0},
+    {"tone.mkv", 44100, 200, 1024},
+};
+
+class DecodeTest : public testing::TestWithParam<DecodeCase> {};
+
+TEST_P(DecodeTest, DecodesTheWholeToneAndMovesWhenAsked) {
+  const DecodeCase& c = GetParam();
+  const std::string path = DataFolder() + c.file;
+  const std::int64_t expected = static_cast<std::int64_t>(c.rate) * c.ms / 1000;
+  const DecodeRun whole = Plugin("ffmpeg").Decode(path);
+  ASSERT_TRUE(whole.opened);
+  EXPECT_EQ(whole.channels, 2);
+  EXPECT_GT(whole.firstBlock, 0);
+  EXPECT_FALSE(whole.failedMidway);
+  EXPECT_TRUE(whole.wholeFrames);
+  EXPECT_GE(whole.frames, expected);
+  EXPECT_LE(whole.frames, expected + c.slackEnd);
+  // Silence, or integers taken for floats, would show.
+  EXPECT_GT(whole.peak, 0.01f);
+  EXPECT_LT(whole.peak, 2.0f);
+  EXPECT_EQ(whole.afterEnd, 0);
+  EXPECT_NE(whole.closed, 0);
+  EXPECT_LT(whole.afterClose, 0);
+
+  // Half-way in, half the tone is left, up to where the format can start from.
+  const DecodeRun half = Plugin("ffmpeg").Decode(path, c.ms / 2);
+  EXPECT_NE(half.seeked, 0);
+  EXPECT_LE(half.frames, whole.frames - expected / 2 + c.slackEnd);
+  EXPECT_GE(half.frames, whole.frames - expected / 2 - c.slackEnd);
+  EXPECT_LT(half.frames, whole.frames);
+
+  // Back to the start after a move gives everything again.
+  const DecodeRun again = Plugin("ffmpeg").Decode(path, 0);
+  EXPECT_NE(again.seeked, 0);
+  EXPECT_NEAR(static_cast<double>(again.frames), static_cast<double>(whole.frames), c.slackEnd);
+}
+
+INSTANTIATE_TEST_SUITE_P(Fixtures, DecodeTest, testing::ValuesIn(kDecodeCases), [](const auto& p) {
+  std::string name = p.param.file;
+  for (auto& ch : name) ch = std::isalnum(static_cast<unsigned char>(ch)) ? ch : '_';
+  return name;
+});
+
+TEST(RealPlugins, TaglibDecodesNothingAndTheFfmpegPluginNothingUnopened) {
+  const DecodeRun tags = Plugin("taglib").Decode(DataFolder() + "tone.flac", 100);
+  ASSERT_TRUE(tags.opened);
+  EXPECT_EQ(tags.seeked, 0);
+  EXPECT_LT(tags.firstBlock, 0);
+  EXPECT_EQ(tags.closed, 0);
+  // A file the plug-in could not open leaves nothing to decode or close.
+  const DecodeRun missing = Plugin("ffmpeg").Decode(DataFolder() + "no-such-file.ac3");
+  EXPECT_FALSE(missing.opened);
+}
+
 }  // namespace
 }  // namespace tessaroven::test

@@ -23,6 +23,8 @@ std::map<std::string, ChildMain>& Children() {
 
 }  // namespace
 
+ScopedEnv::ScopedEnv(const char* name, const std::u16string& value) : ScopedEnv(name, Utf16ToUtf8(value).c_str()) {}
+
 TempDir::TempDir() {
   static std::atomic<int> counter{0};
   for (;;) {

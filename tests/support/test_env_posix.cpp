@@ -49,4 +49,19 @@ void RemoveTestRootIfOwner() {
   std::filesystem::remove_all(Utf16ToUtf8(TestRoot()), error);
 }
 
+ScopedEnv::ScopedEnv(const char* name, const char* value) : name_(name) {
+  if (const char* old = std::getenv(name)) old_ = old;
+  if (value)
+    setenv(name, value, 1);
+  else
+    unsetenv(name);
+}
+
+ScopedEnv::~ScopedEnv() {
+  if (old_)
+    setenv(name_.c_str(), old_->c_str(), 1);
+  else
+    unsetenv(name_.c_str());
+}
+
 }  // namespace tessaroven::test

@@ -37,4 +37,20 @@ void RemoveTestRootIfOwner() {
   std::filesystem::remove_all(std::filesystem::path(ToOsString(TestRoot())), error);
 }
 
+// Through the process environment, which the system's own calls (GetTempPathW) read.
+ScopedEnv::ScopedEnv(const char* name, const char* value) : name_(name) {
+  const std::wstring wide = ToOsString(Utf8ToUtf16(name));
+  if (const DWORD length = GetEnvironmentVariableW(wide.c_str(), nullptr, 0)) {
+    std::wstring old(length, L'\0');
+    old.resize(GetEnvironmentVariableW(wide.c_str(), old.data(), length));
+    old_ = Utf16ToUtf8(FromOsString(old));
+  }
+  SetEnvironmentVariableW(wide.c_str(), value ? ToOsString(Utf8ToUtf16(value)).c_str() : nullptr);
+}
+
+ScopedEnv::~ScopedEnv() {
+  const std::wstring wide = ToOsString(Utf8ToUtf16(name_));
+  SetEnvironmentVariableW(wide.c_str(), old_ ? ToOsString(Utf8ToUtf16(*old_)).c_str() : nullptr);
+}
+
 }  // namespace tessaroven::test

@@ -17,27 +17,8 @@ namespace {
 class SpecialFoldersPosix : public testing::Test {
  protected:
   void SetUp() override {
-    for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"}) {
-      const char* value = std::getenv(name);
-      saved_.push_back({name, value ? std::optional<std::string>(value) : std::nullopt});
-    }
-    home_ = Utf16ToUtf8(dir_.Path()) + "home";
-    config_ = Utf16ToUtf8(dir_.Path()) + "config";
     std::filesystem::create_directories(home_);
     std::filesystem::create_directories(config_);
-    setenv("HOME", home_.c_str(), 1);
-    setenv("XDG_CONFIG_HOME", config_.c_str(), 1);
-    setenv("XDG_DATA_HOME", (Utf16ToUtf8(dir_.Path()) + "data").c_str(), 1);
-  }
-
-  void TearDown() override {
-    for (const auto& [name, value] : saved_) {
-      if (value) {
-        setenv(name.c_str(), value->c_str(), 1);
-      } else {
-        unsetenv(name.c_str());
-      }
-    }
   }
 
   void WriteUserDirs(const std::string& content) {
@@ -47,9 +28,11 @@ class SpecialFoldersPosix : public testing::Test {
   std::u16string Home(const std::string& below = "") const { return Utf8ToUtf16(home_ + below); }
 
   test::TempDir dir_;
-  std::string home_;
-  std::string config_;
-  std::vector<std::pair<std::string, std::optional<std::string>>> saved_;
+  std::string home_ = Utf16ToUtf8(dir_.Path()) + "home";
+  std::string config_ = Utf16ToUtf8(dir_.Path()) + "config";
+  test::ScopedEnv homeVariable_{"HOME", home_.c_str()};
+  test::ScopedEnv configVariable_{"XDG_CONFIG_HOME", config_.c_str()};
+  test::ScopedEnv dataVariable_{"XDG_DATA_HOME", dir_.Path() + u"data"};
 };
 
 TEST_F(SpecialFoldersPosix, DataAndProfileFollowTheBaseDirectories) {

@@ -9,6 +9,7 @@
 #include "base/format.h"
 #include "base/regional_settings.h"
 #include "base/settings.h"
+#include "support/test_env.h"
 
 namespace tessaroven {
 
@@ -27,29 +28,9 @@ void EraseStoredRegionalValue(std::u16string_view name) {
 
 namespace {
 
-// Sets LC_ALL for one test and puts the old value back.
-class ScopedLcAll {
- public:
-  explicit ScopedLcAll(const char* value) {
-    if (const char* old = getenv("LC_ALL")) old_ = old;
-    setenv("LC_ALL", value, 1);
-  }
-  ~ScopedLcAll() {
-    if (old_)
-      setenv("LC_ALL", old_->c_str(), 1);
-    else
-      unsetenv("LC_ALL");
-  }
-  ScopedLcAll(const ScopedLcAll&) = delete;
-  ScopedLcAll& operator=(const ScopedLcAll&) = delete;
-
- private:
-  std::optional<std::string> old_;
-};
-
 TEST(RegionalPosix, CLocalesStillGroupWithComma) {
   for (const char* name : {"C", "C.UTF-8", "POSIX"}) {
-    const ScopedLcAll locale(name);
+    const test::ScopedEnv locale("LC_ALL", name);
     const RegionalValues values = PlatformRegionalValues();
     EXPECT_EQ(values.decimal, u".") << name;
     EXPECT_EQ(values.thousand, u"") << name;
@@ -64,7 +45,7 @@ TEST(RegionalPosix, CLocalesStillGroupWithComma) {
 
 TEST(RegionalPosix, UnknownLocaleGivesFallbacks) {
   // A LANG naming a locale that is not installed is common on minimal systems.
-  const ScopedLcAll locale("xx_XX.UTF-8");
+  const test::ScopedEnv locale("LC_ALL", "xx_XX.UTF-8");
   EXPECT_EQ(ResolveRegionalSettings({}, PlatformRegionalValues()), RegionalSettings{});
 }
 

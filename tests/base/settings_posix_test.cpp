@@ -46,17 +46,6 @@ std::string Utf8(const std::u16string& s) { return Utf16ToUtf8(s); }
 // Points XDG_CONFIG_HOME at a fresh folder for the test.
 class SettingsFileTest : public testing::Test {
  protected:
-  void SetUp() override {
-    if (const char* old = std::getenv("XDG_CONFIG_HOME")) savedConfig_ = old;
-    setenv("XDG_CONFIG_HOME", Utf8(dir_.Path()).c_str(), 1);
-  }
-  void TearDown() override {
-    if (savedConfig_)
-      setenv("XDG_CONFIG_HOME", savedConfig_->c_str(), 1);
-    else
-      unsetenv("XDG_CONFIG_HOME");
-  }
-
   std::u16string Folder() const { return dir_ / u"tessaroven/"; }
   std::u16string File() const { return Folder() + u"user.reg"; }
   std::string Text() const { return test::ReadBytes(File()); }
@@ -86,7 +75,7 @@ class SettingsFileTest : public testing::Test {
   test::TempDir dir_;
 
  private:
-  std::optional<std::string> savedConfig_;
+  test::ScopedEnv configVariable_{"XDG_CONFIG_HOME", dir_.Path()};
 };
 
 TEST_F(SettingsFileTest, WritesTheRegistryExportFormat) {
@@ -127,16 +116,13 @@ TEST_F(SettingsFileTest, FolderIsMadeWithParentsForTheUserOnly) {
 }
 
 TEST_F(SettingsFileTest, WithoutXdgConfigHomeTheFileIsInHomeConfig) {
-  const char* oldHome = std::getenv("HOME");
-  const std::string savedHome = oldHome ? oldHome : "";
-  setenv("HOME", Utf8(dir_ / u"home").c_str(), 1);
+  const test::ScopedEnv home("HOME", dir_ / u"home");
   setenv("XDG_CONFIG_HOME", "relative/is/ignored", 1);
   const bool written = SettingsSetDword(5, u"V", SettingsRoot::CurrentUser, kKey);
   const bool found = test::FileExists(dir_ / u"home/.config/tessaroven/user.reg");
   const std::u16string location = SettingsStoreLocation();
   unsetenv("XDG_CONFIG_HOME");
   const std::uint32_t read = SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey);
-  setenv("HOME", savedHome.c_str(), 1);
   EXPECT_TRUE(written);
   EXPECT_TRUE(found);
   EXPECT_EQ(location, dir_ / u"home/.config/tessaroven/user.reg");

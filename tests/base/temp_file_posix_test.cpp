@@ -14,23 +14,6 @@
 namespace tessaroven {
 namespace {
 
-// Points TMPDIR elsewhere for one test.
-class ScopedTmpDir {
- public:
-  explicit ScopedTmpDir(const char* value) {
-    if (const char* old = std::getenv("TMPDIR")) old_ = old;
-    if (value) {
-      setenv("TMPDIR", value, 1);
-    } else {
-      unsetenv("TMPDIR");
-    }
-  }
-  ~ScopedTmpDir() { setenv("TMPDIR", old_.c_str(), 1); }
-
- private:
-  std::string old_;
-};
-
 struct TmpDirCase {
   const char* name;
   const char* value;  // nullptr: unset
@@ -40,7 +23,7 @@ struct TmpDirCase {
 class TempFolderPosix : public testing::TestWithParam<TmpDirCase> {};
 
 TEST_P(TempFolderPosix, FollowsTmpDirElseTmp) {
-  ScopedTmpDir scoped(GetParam().value);
+  const test::ScopedEnv scoped("TMPDIR", GetParam().value);
   EXPECT_EQ(TempFolder(), GetParam().folder);
 }
 
@@ -53,7 +36,7 @@ INSTANTIATE_TEST_SUITE_P(TempFile, TempFolderPosix,
 TEST(TempFilePosix, MissingTempFolderIsCreatedWithItsParents) {
   test::TempDir dir;
   const std::string folder = Utf16ToUtf8(dir.Path()) + "not/yet/there";
-  ScopedTmpDir scoped(folder.c_str());
+  const test::ScopedEnv scoped("TMPDIR", folder.c_str());
   std::u16string path;
   ASSERT_TRUE(CreateTempFile(path, u"QzS"));
   const std::string name = Utf16ToUtf8(path);
@@ -76,7 +59,7 @@ TEST(TempFilePosix, UnusableTempFolderFails) {
   // A file where the folder should be: neither creating in it nor creating it works.
   ASSERT_TRUE(test::WriteBytes(dir / u"blocker", "x"));
   const std::string folder = Utf16ToUtf8(dir.Path()) + "blocker/sub";
-  ScopedTmpDir scoped(folder.c_str());
+  const test::ScopedEnv scoped("TMPDIR", folder.c_str());
   std::u16string path;
   EXPECT_FALSE(CreateTempFile(path));
 }

@@ -12,25 +12,10 @@
 namespace tessaroven {
 namespace {
 
-// Points the temporary folder (TMP, which GetTempPathW reads first) elsewhere.
-class ScopedTmp {
- public:
-  explicit ScopedTmp(const std::u16string& value) {
-    wchar_t old[MAX_PATH + 1] = {};
-    const DWORD length = GetEnvironmentVariableW(L"TMP", old, MAX_PATH + 1);
-    old_ = std::wstring(old, length <= MAX_PATH ? length : 0);
-    SetEnvironmentVariableW(L"TMP", ToOsString(value).c_str());
-  }
-  ~ScopedTmp() { SetEnvironmentVariableW(L"TMP", old_.c_str()); }
-
- private:
-  std::wstring old_;
-};
-
 TEST(TempFileWin, MissingTempFolderUsesTheFallbackNameAndIsCreated) {
   test::TempDir dir;
   const std::u16string folder = dir / u"not\\yet\\there\\";
-  ScopedTmp scoped(folder);
+  const test::ScopedEnv scoped("TMP", folder);  // read first by GetTempPathW
   ASSERT_EQ(TempFolder(), folder);
 
   std::u16string path;

@@ -20,26 +20,6 @@ namespace {
 using std::chrono::milliseconds;
 using test::TempDir;
 
-// Points XDG_RUNTIME_DIR somewhere else for one test.
-class RuntimeDir {
- public:
-  explicit RuntimeDir(const std::u16string& path) : old_(std::getenv("XDG_RUNTIME_DIR")) {
-    if (path.empty())
-      unsetenv("XDG_RUNTIME_DIR");
-    else
-      setenv("XDG_RUNTIME_DIR", Utf16ToUtf8(path).c_str(), 1);
-  }
-  ~RuntimeDir() {
-    if (old_)
-      setenv("XDG_RUNTIME_DIR", old_->c_str(), 1);
-    else
-      unsetenv("XDG_RUNTIME_DIR");
-  }
-
- private:
-  std::optional<std::string> old_;
-};
-
 // Makes the object folder unsafe in one way; false when this user cannot.
 bool MakeUnsafe(const std::string& folder, int how) {
   switch (how) {
@@ -60,7 +40,7 @@ TEST(NamedObjects, AnUnsafeFolderIsRefusedAndNothingIsOpenedInIt) {
   for (int how = 0; how < 5; ++how) {
     SCOPED_TRACE(how);
     TempDir runtime;
-    RuntimeDir env(runtime.Path());
+    test::ScopedEnv env("XDG_RUNTIME_DIR", runtime.Path());
     const std::string folder = Utf16ToUtf8(runtime.Path()) + "tessaroven";
     if (!MakeUnsafe(folder, how)) {
       ASSERT_EQ(how, 0) << "could not prepare the folder";
@@ -90,7 +70,7 @@ TEST(NamedObjects, AnUnsafeFolderIsRefusedAndNothingIsOpenedInIt) {
 
 TEST(NamedObjects, LiveInAPrivateFolderNamedAfterTheirWindowsNames) {
   TempDir runtime;
-  RuntimeDir env(runtime.Path());
+  test::ScopedEnv env("XDG_RUNTIME_DIR", runtime.Path());
   const std::u16string folder = runtime / u"tessaroven/";
   EXPECT_EQ(NamedObjectFolder(), folder);
   SingleInstance instance;
@@ -118,7 +98,7 @@ TEST(NamedObjects, LiveInAPrivateFolderNamedAfterTheirWindowsNames) {
 }
 
 TEST(NamedObjects, WithoutARuntimeFolderUseAPrivateFolderInTmp) {
-  RuntimeDir env(u"");
+  test::ScopedEnv env("XDG_RUNTIME_DIR", nullptr);
   const std::string folder = "/tmp/tessaroven-" + std::to_string(geteuid()) + "/";
   EXPECT_EQ(NamedObjectFolder(), Utf8ToUtf16(folder));
   const std::u16string name = u"tessaroven-test-" + AsciiToUtf16(std::to_string(getpid()));
@@ -145,7 +125,7 @@ std::string SnapshotOf(const std::function<void(NamedEvent&, NamedMutex&)>& use,
 
 TEST(NamedObjects, AStaleObjectFileIsStartedAfreshByTheNextOpen) {
   TempDir runtime;
-  RuntimeDir env(runtime.Path());
+  test::ScopedEnv env("XDG_RUNTIME_DIR", runtime.Path());
   std::string heldByAGoneThread;
   std::thread([&] {
     heldByAGoneThread = SnapshotOf([](NamedEvent&, NamedMutex& m) { m.Wait(milliseconds(-1)); }, true);

@@ -1,6 +1,7 @@
 #include "converter/audio_decoder.h"
 
 #include "converter/ffmpeg_decoder.h"
+#include "converter/plugin_decoder.h"
 
 namespace kovantrix {
 
@@ -34,8 +35,10 @@ SourceInfo& SourceInfo::operator=(const SourceInfo& other) {
 SourceInfo::~SourceInfo() { av_channel_layout_uninit(&layout); }
 
 std::unique_ptr<AudioDecoder> OpenAudioDecoder(const std::u16string& path, std::u16string& error) {
-  // The place for decoders behind the plug-ins: tried first, FFmpeg taking what
-  // none of them decodes.
+  // The plug-in the selector would read the file with comes first, so that a format a
+  // plug-in adds converts too; FFmpeg takes what no plug-in decodes, and words the
+  // errors of files that cannot be read at all.
+  if (auto decoder = OpenPluginDecoder(path)) return decoder;
   return OpenFfmpegDecoder(path, error);
 }
 

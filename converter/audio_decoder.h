@@ -2,10 +2,9 @@
 // read as a stream of PCM frames until its end.
 //
 // Frames are FFmpeg's AVFrame, which the resampler and the encoders take as they
-// are. Today every source is decoded by FFmpeg's libraries (ffmpeg_decoder.h); a
-// decoder behind a decoder plug-in (the selector's registry) would fill the same
-// frames from its blocks and be tried first in OpenAudioDecoder, without any
-// change to the conversion code.
+// are. A file's decoder plug-in (the selector's registry, plugin_decoder.h) is tried
+// first and fills them from its blocks; FFmpeg's libraries (ffmpeg_decoder.h) decode
+// what no plug-in does.
 #pragma once
 
 #include <cstdint>

@@ -7,7 +7,10 @@
 #include <csignal>
 
 #include "base/text.h"
+#include "converter/ffmpeg_decoder.h"
 #include "converter/output_file.h"
+#include "converter/plugin_decoder.h"
+#include "decode/plugin_folder.h"
 #include "converter_test_support.h"
 #include "support/child_process.h"
 #include "support/test_env.h"
@@ -243,6 +246,83 @@ TEST(WriteFailureTest, AFullDiskFailsTheFileAndLeavesNothing) {
   EXPECT_EQ(child.Wait(), 0);
   EXPECT_TRUE(ListFolder(dir.Path()).empty());
 }
+
+// The decoded samples of a file, plane after plane of each frame, as FFmpeg's own
+// decoder gives them.
+std::vector<std::uint8_t> SamplesOf(const std::u16string& path) {
+  std::vector<std::uint8_t> bytes;
+  std::u16string error;
+  const auto decoder = OpenFfmpegDecoder(path, error);
+  if (!decoder) return bytes;
+  AVFrame* frame = av_frame_alloc();
+  while (decoder->ReadFrame(frame, error) == AudioDecoder::Read::kFrame) {
+    const auto format = static_cast<AVSampleFormat>(frame->format);
+    const bool planar = av_sample_fmt_is_planar(format) != 0;
+    const int channels = frame->ch_layout.nb_channels;
+    const std::size_t plane =
+        static_cast<std::size_t>(frame->nb_samples) * av_get_bytes_per_sample(format) * (planar ? 1 : channels);
+    for (int p = 0; p < (planar ? channels : 1); ++p)
+      bytes.insert(bytes.end(), frame->extended_data[p], frame->extended_data[p] + plane);
+    av_frame_unref(frame);
+  }
+  av_frame_free(&frame);
+  return bytes;
+}
+
+// The build's plug-in folder for the length of a test; an empty folder stands for a
+// system without plug-ins, where FFmpeg decodes everything.
+class PluginFolder {
+ public:
+  explicit PluginFolder(const std::u16string& folder) { tessaroven::SetPluginFolderOverride(folder); }
+  ~PluginFolder() { tessaroven::SetPluginFolderOverride(std::nullopt); }
+};
+
+struct PluginCase {
+  const char16_t* file;
+  bool pluginDecodes;  // the ffmpeg plug-in declares it; the taglib one reads tags only
+};
+
+class PluginDecodingTest : public testing::TestWithParam<PluginCase> {};
+
+TEST_P(PluginDecodingTest, TheFilesPluginDecodesWhereItCanAndTheOutputIsFfmpegs) {
+  const PluginCase& c = GetParam();
+  const std::u16string source = DataFile(c.file);
+  TempDir dir;
+  TempDir noPlugins;
+  const std::uint64_t before = PluginDecodedFileCount();
+  {
+    PluginFolder folder(tessaroven::Utf8ToUtf16(TESSAROVEN_PLUGIN_DIR "/"));
+    const JobResult result = Convert(source, dir / u"plugin.flac", Format::kFlac);
+    ASSERT_EQ(result.outcome, Outcome::kDone) << tessaroven::Utf16ToUtf8(result.message);
+  }
+  EXPECT_EQ(PluginDecodedFileCount(), before + (c.pluginDecodes ? 1 : 0));
+  {
+    PluginFolder folder(noPlugins.Path());
+    const JobResult result = Convert(source, dir / u"ffmpeg.flac", Format::kFlac);
+    ASSERT_EQ(result.outcome, Outcome::kDone) << tessaroven::Utf16ToUtf8(result.message);
+  }
+  EXPECT_EQ(PluginDecodedFileCount(), before + (c.pluginDecodes ? 1 : 0));
+
+  const std::vector<std::uint8_t> viaPlugin = SamplesOf(dir / u"plugin.flac");
+  EXPECT_FALSE(viaPlugin.empty());
+  EXPECT_TRUE(viaPlugin == SamplesOf(dir / u"ffmpeg.flac"));
+  const test::Decoded pluginOutput = DecodeWhole(dir / u"plugin.flac");
+  const test::Decoded ffmpegOutput = DecodeWhole(dir / u"ffmpeg.flac");
+  EXPECT_EQ(pluginOutput.info.sampleRate, ffmpegOutput.info.sampleRate);
+  EXPECT_EQ(pluginOutput.info.bitsPerSample, ffmpegOutput.info.bitsPerSample);
+  for (const char* tag : {"title", "artist", "album_artist", "album", "date", "genre"})
+    EXPECT_EQ(pluginOutput.Tag(tag), ffmpegOutput.Tag(tag)) << tag;
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, PluginDecodingTest,
+                         testing::Values(PluginCase{u"tone.ac3", true}, PluginCase{u"tone.mka", true},
+                                         PluginCase{u"tone.dsf", true}, PluginCase{u"tone.flac", false},
+                                         PluginCase{u"tone.mp3", false}),
+                         [](const auto& param) {
+                           std::string name = tessaroven::Utf16ToUtf8(param.param.file);
+                           for (char& ch : name) ch = std::isalnum(static_cast<unsigned char>(ch)) ? ch : '_';
+                           return name;
+                         });
 
 }  // namespace
 }  // namespace kovantrix

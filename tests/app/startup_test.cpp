@@ -35,7 +35,7 @@ std::u16string FileIn(const std::string& dir, const std::string& tag, const char
 
 // A running selector without its window: the start-up, then the 50 ms tick's
 // Receive, appending every path it gets to "<tag>.got", until "<tag>.stop" appears
-// (a clean end) or "<tag>.die" (an end without any clean-up).
+// (a clean end).
 // Arguments: folder, tag, command line in hex.
 // With a fourth argument "hung" it never collects anything: a selector that lives
 // but hangs.
@@ -52,7 +52,6 @@ TESSAROVEN_TEST_CHILD(selector) {
         AppendBytes(FileIn(dir, tag, ".got"), Utf16ToUtf8(path) + std::string(1, '\0'));
       });
     }
-    if (test::FileExists(FileIn(dir, tag, ".die"))) std::_Exit(9);
     if (test::FileExists(FileIn(dir, tag, ".stop"))) break;
     std::this_thread::sleep_for(milliseconds(50));
   }
@@ -98,10 +97,6 @@ class RunningSelector {
   }
   int Stop() {
     test::WriteBytes(FileIn(dir_, tag_, ".stop"), "x");
-    return child_.Wait();
-  }
-  int Die() {
-    test::WriteBytes(FileIn(dir_, tag_, ".die"), "x");
     return child_.Wait();
   }
   int Kill() {
@@ -179,51 +174,33 @@ TEST(Startup, WhileTheAcceptEventIsResetASecondStartOpensItsOwnWindow) {
   EXPECT_EQ(first.Stop(), kFirst);
 }
 
-enum class End { Clean, ExitWithoutCleanUp, Killed };
-
-class FirstSelectorEnds : public testing::TestWithParam<End> {};
-
-TEST_P(FirstSelectorEnds, NextStartWithAPathBecomesTheFirstSelector) {
-  TempDir dir;
-  {
-    RunningSelector first(dir, "first");
-    ASSERT_EQ(first.Role(), kFirst);
-    switch (GetParam()) {
-      case End::Clean:
-        EXPECT_EQ(first.Stop(), kFirst);
-        break;
-      case End::ExitWithoutCleanUp:
-        EXPECT_EQ(first.Die(), 9);
-        break;
-      case End::Killed:
+// Ended cleanly or killed: to the next start the two look alike to the system, as
+// an exit without clean-up would.
+TEST(Startup, WhenTheFirstSelectorEndsTheNextStartWithAPathBecomesTheFirst) {
+  for (const bool killed : {false, true}) {
+    SCOPED_TRACE(killed ? "killed" : "clean");
+    TempDir dir;
+    {
+      RunningSelector first(dir, "first");
+      ASSERT_EQ(first.Role(), kFirst);
+      if (killed) {
         EXPECT_NE(first.Kill(), 0);
-        break;
+      } else {
+        EXPECT_EQ(first.Stop(), kFirst);
+      }
     }
+    // A path handed to a selector that no longer runs would be lost.
+    EXPECT_EQ(StartAgain(dir, "next", u" /music/next"), kFirst);
+    RunningSelector again(dir, "again");
+    EXPECT_EQ(again.Role(), kFirst);
+    EXPECT_EQ(StartAgain(dir, "after", u" /music/after"), kHandedOff);
+    EXPECT_EQ(again.Received(1), std::vector<std::u16string>{u"/music/after"});
+    EXPECT_EQ(again.Stop(), kFirst);
   }
-  // A path handed to a selector that no longer runs would be lost.
-  EXPECT_EQ(StartAgain(dir, "next", u" /music/next"), kFirst);
-  RunningSelector again(dir, "again");
-  EXPECT_EQ(again.Role(), kFirst);
-  EXPECT_EQ(StartAgain(dir, "after", u" /music/after"), kHandedOff);
-  EXPECT_EQ(again.Received(1), std::vector<std::u16string>{u"/music/after"});
-  EXPECT_EQ(again.Stop(), kFirst);
 }
 
-INSTANTIATE_TEST_SUITE_P(Startup, FirstSelectorEnds, testing::Values(End::Clean, End::ExitWithoutCleanUp, End::Killed),
-                         [](const auto& p) {
-                           switch (p.param) {
-                             case End::Clean:
-                               return std::string("Clean");
-                             case End::ExitWithoutCleanUp:
-                               return std::string("ExitWithoutCleanUp");
-                             case End::Killed:
-                               return std::string("Killed");
-                           }
-                           return std::string();
-                         });
-
-// The Part keeps a sender waiting, without a time-out, for a receiver that lives
-// but never collects. A receiver that was killed is another case: the starts
+// A sender waits, without a time-out, for a receiver that lives but never
+// collects. A receiver that was killed is another case: the starts
 // waiting for it must not wedge for ever. The first of them notices, takes over as
 // the first selector (its window opens its own path) and collects the path that
 // was left in the block; later starts hand their paths to it.

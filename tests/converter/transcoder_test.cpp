@@ -5,12 +5,15 @@
 
 #include <cctype>
 #include <csignal>
+#include <cstring>
+#include <filesystem>
 
 #include "base/text.h"
 #include "converter/ffmpeg_decoder.h"
 #include "converter/output_file.h"
 #include "converter/plugin_decoder.h"
 #include "decode/plugin_folder.h"
+#include "plugins/fake_pcm.h"
 #include "converter_test_support.h"
 #include "support/child_process.h"
 #include "support/test_env.h"
@@ -323,6 +326,46 @@ INSTANTIATE_TEST_SUITE_P(Table, PluginDecodingTest,
                            for (char& ch : name) ch = std::isalnum(static_cast<unsigned char>(ch)) ? ch : '_';
                            return name;
                          });
+
+// A third-party plug-in's format converts too, the edge cases of its blocks handled
+// by the host: blocks that end anywhere, a lossless 16-bit source that must stay
+// 16-bit, tags under the plug-ins' column names, and a plug-in failing mid-way.
+TEST(ThirdPartyPluginTest, ItsFormatConvertsSampleForSample) {
+  TempDir plugins;
+  TempDir dir;
+  for (const char* fake : {"pcm", "pcm_breaks"}) {
+    const std::string name = std::string(fake) + ".so";
+    std::filesystem::copy_file(std::string(FAKE_PLUGIN_DIR "/") + name,
+                               tessaroven::ToOsString(plugins.Path()) + name);
+  }
+  PluginFolder folder(plugins.Path());
+  ASSERT_TRUE(WriteBytes(dir / u"song.fkp", "not read by the fake"));
+  ASSERT_TRUE(WriteBytes(dir / u"song.fkx", "not read by the fake"));
+
+  const JobResult done = Convert(dir / u"song.fkp", dir / u"song.flac", Format::kFlac);
+  ASSERT_EQ(done.outcome, Outcome::kDone) << tessaroven::Utf16ToUtf8(done.message);
+  const test::Decoded output = DecodeWhole(dir / u"song.flac");
+  EXPECT_EQ(output.info.bitsPerSample, 16);
+  EXPECT_EQ(output.info.sampleRate, 44100);
+  EXPECT_EQ(output.Tag("title"), "Fake Title");
+  EXPECT_EQ(output.Tag("album_artist"), "Fake Album Artist");
+  EXPECT_EQ(output.Tag("date"), "1999");
+  EXPECT_EQ(output.Tag("audio quality"), "");
+  const std::vector<std::uint8_t> bytes = SamplesOf(dir / u"song.flac");
+  ASSERT_EQ(bytes.size(), FAKE_PCM_FRAMES * 2 * sizeof(std::int16_t));
+  std::int64_t wrong = 0;
+  for (std::int64_t i = 0; i < FAKE_PCM_FRAMES * 2; ++i) {
+    std::int16_t sample = 0;
+    std::memcpy(&sample, bytes.data() + i * 2, 2);
+    wrong += sample != FakePcmSample(i / 2, static_cast<int>(i % 2)) ? 1 : 0;
+  }
+  EXPECT_EQ(wrong, 0);
+
+  const JobResult broken = Convert(dir / u"song.fkx", dir / u"broken.flac", Format::kFlac);
+  EXPECT_EQ(broken.outcome, Outcome::kFailed);
+  EXPECT_NE(broken.message.find(u"plug-in"), std::u16string::npos) << tessaroven::Utf16ToUtf8(broken.message);
+  EXPECT_EQ(ListFolder(dir.Path()).size(), 3u);  // the two sources and song.flac
+}
 
 }  // namespace
 }  // namespace kovantrix

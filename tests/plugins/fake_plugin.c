@@ -4,6 +4,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "fake_pcm.h"
 #include "tessaroven/decoder_plugin.h"
 
 #define FAKE_ALPHA 1       /* .fka/.fkw; PCM with a wrong block alignment, two tag blocks */
@@ -17,6 +18,8 @@
 #define FAKE_TAGS_LEN4 9   /* .fkt, first tag block 4 bytes long */
 #define FAKE_TAGS_PAST 10  /* .fkt, second entry runs past the block */
 #define FAKE_TAGS_NEG 11   /* .fkt, second entry has a negative size */
+#define FAKE_PCM 12        /* .fkp, 16-bit lossless stereo that decodes to a known pattern */
+#define FAKE_PCM_BREAKS 13 /* .fkx, as FAKE_PCM, but DecodeBlock fails after one block */
 
 #ifndef FAKE_KIND
 #error "FAKE_KIND must be set"
@@ -25,6 +28,8 @@
 #define MANY_COUNT 1200
 
 typedef struct Fake {
+  int opened;
+  int64_t next_frame; /* of the decoding kinds */
   uint8_t tags1[1024];
   uint8_t tags2[1024];
   TsvChar16 many[MANY_COUNT][8];
@@ -54,6 +59,10 @@ static const Row kRows[] = {
     {u".fkd", u"Fake DSD"},
 #elif FAKE_KIND == FAKE_MANY
     {0, 0},
+#elif FAKE_KIND == FAKE_PCM
+    {u".fkp", u"Fake decodable"},
+#elif FAKE_KIND == FAKE_PCM_BREAKS
+    {u".fkx", u"Fake breaking decoder"},
 #else
     {u".fkt", u"Fake tags"},
 #endif
@@ -212,6 +221,15 @@ int32_t Open(TsvInstance instance, TsvOpenRecord* record) {
   AddEntry(fake->tags1, &pos, u"audio quality", u"Lossless DSD", NULL, 0);
   record->tags1 = fake->tags1;
   record->tags1_length = pos;
+#elif FAKE_KIND == FAKE_PCM || FAKE_KIND == FAKE_PCM_BREAKS
+  record->properties.length_ms = FAKE_PCM_FRAMES * 1000 / 44100;
+  Put32(fake->tags1, 4);
+  AddEntry(fake->tags1, &pos, u"audio quality", u"CD Lossless", NULL, 0);
+  AddEntry(fake->tags1, &pos, u"Title", u"Fake Title", NULL, 0);
+  AddEntry(fake->tags1, &pos, u"Album Artist", u"Fake Album Artist", NULL, 0);
+  AddEntry(fake->tags1, &pos, u"Year", u"1999", NULL, 0);
+  record->tags1 = fake->tags1;
+  record->tags1_length = pos;
 #elif FAKE_KIND == FAKE_TAGS_LEN4
   Put32(fake->tags1, 1);
   record->tags1 = fake->tags1;
@@ -244,15 +262,38 @@ int32_t Open(TsvInstance instance, TsvOpenRecord* record) {
   record->tags1 = fake->tags1;
   record->tags1_length = pos;
 #endif
+  fake->opened = 1;
   return 1;
 }
 
 int32_t Close(TsvInstance instance) { return instance != NULL; }
 
+#if FAKE_KIND == FAKE_PCM || FAKE_KIND == FAKE_PCM_BREAKS
+/* Stereo float: at most 700 frames a call, so the blocks never line up with the
+ * host's own frames. Every value is a 16-bit sample exactly. */
+int32_t DecodeBlock(TsvInstance instance, void* buffer, uint32_t capacity) {
+  Fake* fake = (Fake*)instance;
+  float* out = (float*)buffer;
+  int64_t frames = capacity / 8, i;
+  if (fake == NULL || !fake->opened || frames == 0) return -1;
+#if FAKE_KIND == FAKE_PCM_BREAKS
+  if (fake->next_frame > 0) return -1;
+#endif
+  if (frames > 700) frames = 700;
+  if (frames > FAKE_PCM_FRAMES - fake->next_frame) frames = FAKE_PCM_FRAMES - fake->next_frame;
+  for (i = 0; i < frames; ++i) {
+    out[2 * i] = (float)FakePcmSample(fake->next_frame + i, 0) / 32768.0f;
+    out[2 * i + 1] = (float)FakePcmSample(fake->next_frame + i, 1) / 32768.0f;
+  }
+  fake->next_frame += frames;
+  return (int32_t)(frames * 8);
+}
+#else
 int32_t DecodeBlock(TsvInstance instance, void* buffer, uint32_t capacity) {
   (void)instance, (void)buffer, (void)capacity;
   return 0;
 }
+#endif
 
 int32_t SetPosition(TsvInstance instance, int64_t position_ms) {
   (void)instance, (void)position_ms;

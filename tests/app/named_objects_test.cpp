@@ -106,19 +106,15 @@ TEST(NamedEvent, WaitWakesWhenAnotherThreadSetsIt) {
   NamedEvent waiter, setter;
   ASSERT_TRUE(waiter.Create(u"tessaroven-test-wake"));
   ASSERT_TRUE(setter.Create(u"tessaroven-test-wake"));
-  std::thread later([&] {
-    std::this_thread::sleep_for(milliseconds(50));
-    setter.Set();
-  });
-  EXPECT_TRUE(waiter.Wait(kForever));
-  later.join();
-  setter.Reset();
-  std::thread again([&] {
-    std::this_thread::sleep_for(milliseconds(50));
-    setter.Set();
-  });
-  EXPECT_TRUE(waiter.Wait(kPatience));
-  again.join();
+  for (const milliseconds limit : {kForever, kPatience}) {
+    setter.Reset();
+    std::thread later([&] {
+      std::this_thread::sleep_for(milliseconds(50));
+      setter.Set();
+    });
+    EXPECT_TRUE(waiter.Wait(limit)) << limit.count();
+    later.join();
+  }
 }
 
 TEST(NamedEvent, ClosedOrFailedEventDoesNothing) {

@@ -223,7 +223,8 @@ typedef int32_t (*TsvSetFn)(TsvInstance instance, const TsvChar16* item_name,
 typedef int32_t (*TsvOpenFn)(TsvInstance instance, TsvOpenRecord* record);
 /* Converter only: closes the open file and frees what decoding it took; the instance
  * stays alive and the blocks Open handed out stay valid until Destroy. 0 when no file
- * was open. DecodeBlock and SetPosition fail after it. */
+ * was open, and always from a plug-in that does not decode. DecodeBlock and
+ * SetPosition fail after it. */
 typedef int32_t (*TsvCloseFn)(TsvInstance instance);
 /* Converter only: writes the next samples of the file opened by a successful Open into
  * buffer, which the caller owns (capacity bytes; no alignment beyond a byte). The
@@ -237,8 +238,8 @@ typedef int32_t (*TsvDecodeBlockFn)(TsvInstance instance, void* buffer, uint32_t
  * of the audio: at that very sample where the file's timestamps allow, otherwise at
  * the nearest point the file can start from before it. A position at or past the end
  * leaves the instance at its end. 0 when nothing is open, position_ms is negative or
- * the file cannot move there; DecodeBlock then carries on from where it was, or
- * fails if the file cannot. */
+ * the file cannot move there (DecodeBlock then carries on from where it was, or fails
+ * if the file cannot), and always from a plug-in that does not decode. */
 typedef int32_t (*TsvSetPositionFn)(TsvInstance instance, int64_t position_ms);
 /* Reserved: would remove the named tag from the open file. Hosts do not call it yet;
  * a plug-in may return 0. */

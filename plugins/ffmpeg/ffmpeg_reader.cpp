@@ -226,6 +226,11 @@ class Decoding {
     codec_->pkt_timebase = stream->time_base;
     if (avcodec_open2(codec_, decoder, nullptr) < 0) return false;
     channels_ = codec_->ch_layout.nb_channels;
+    // The rate Open reported (for DSD already an eighth of the 1-bit rate): the PCM
+    // comes at it even where the decoder's frames say otherwise (HE-AAC whose
+    // container gives the core rate).
+    rate_ = stream->codecpar->sample_rate;
+    if (rate_ <= 0) return false;
     packet_ = av_packet_alloc();
     frame_ = av_frame_alloc();
     return channels_ > 0 && packet_ && frame_;
@@ -264,6 +269,7 @@ class Decoding {
       return 1;
     }
     avcodec_flush_buffers(codec_);
+    swr_free(&resampler_);
     pcm_.clear();
     next_ = 0;
     flushed_ = ended_ = false;
@@ -312,7 +318,22 @@ class Decoding {
       }
       av_packet_unref(packet_);
     }
-    return 0;
+    return Drain();
+  }
+
+  // What a resampler between two rates still holds at the end; nothing when the
+  // rates are the same. Dropped when a move's position was never reached.
+  int Drain() {
+    if (resampler_ == nullptr || skipToMs_ >= 0) return 0;
+    const int room = swr_get_out_samples(resampler_, 0);
+    if (room <= 0) return 0;
+    pcm_.resize(static_cast<std::size_t>(room) * channels_);
+    std::uint8_t* out[] = {reinterpret_cast<std::uint8_t*>(pcm_.data())};
+    const int made = swr_convert(resampler_, out, room, nullptr, 0);
+    swr_free(&resampler_);
+    if (made < 0) return -1;
+    pcm_.resize(static_cast<std::size_t>(made) * channels_);
+    return made > 0 ? 1 : 0;
   }
 
   // Appends frame_'s samples (those at or after skipToMs_) to pcm_ as interleaved
@@ -321,9 +342,11 @@ class Decoding {
     const int count = frame_->nb_samples;
     if (count <= 0 || frame_->ch_layout.nb_channels != channels_) return count <= 0 ? 0 : -1;
     if (!FitResampler()) return -1;
-    pcm_.resize(static_cast<std::size_t>(count) * channels_);
+    const int room = swr_get_out_samples(resampler_, count);
+    if (room < 0) return -1;
+    pcm_.resize(static_cast<std::size_t>(room) * channels_);
     std::uint8_t* out[] = {reinterpret_cast<std::uint8_t*>(pcm_.data())};
-    const int made = swr_convert(resampler_, out, count, const_cast<const std::uint8_t**>(frame_->extended_data),
+    const int made = swr_convert(resampler_, out, room, const_cast<const std::uint8_t**>(frame_->extended_data),
                                  count);
     if (made < 0) return -1;
     pcm_.resize(static_cast<std::size_t>(made) * channels_);
@@ -333,8 +356,8 @@ class Decoding {
       std::int64_t drop = 0;
       if (pts != AV_NOPTS_VALUE) {
         const std::int64_t start = stream->start_time != AV_NOPTS_VALUE ? stream->start_time : 0;
-        const std::int64_t first = av_rescale_q(pts - start, stream->time_base, AVRational{1, frame_->sample_rate});
-        const std::int64_t wanted = av_rescale(skipToMs_, frame_->sample_rate, 1000);
+        const std::int64_t first = av_rescale_q(pts - start, stream->time_base, AVRational{1, rate_});
+        const std::int64_t wanted = av_rescale(skipToMs_, rate_, 1000);
         drop = std::clamp<std::int64_t>(wanted - first, 0, made);
       }
       // Without a timestamp the frame is taken as it comes: the nearest point before.
@@ -345,9 +368,9 @@ class Decoding {
     return made;
   }
 
-  // Same rate, same channels: the resampler only turns the decoder's sample format
-  // (planar or not, integer or float) into interleaved float. Made anew when a
-  // stream changes its format mid-way.
+  // Same channels; mostly the same rate, when the resampler only turns the decoder's
+  // sample format (planar or not, integer or float) into interleaved float. Made anew
+  // when a stream changes its format mid-way.
   bool FitResampler() {
     const auto format = static_cast<AVSampleFormat>(frame_->format);
     if (resampler_ && format == inFormat_ && frame_->sample_rate == inRate_) return true;
@@ -355,8 +378,8 @@ class Decoding {
     AVChannelLayout layout{};
     if (frame_->ch_layout.order == AV_CHANNEL_ORDER_NATIVE) av_channel_layout_copy(&layout, &frame_->ch_layout);
     else av_channel_layout_default(&layout, channels_);
-    const int code = swr_alloc_set_opts2(&resampler_, &layout, AV_SAMPLE_FMT_FLT, frame_->sample_rate, &layout,
-                                         format, frame_->sample_rate, 0, nullptr);
+    const int code = swr_alloc_set_opts2(&resampler_, &layout, AV_SAMPLE_FMT_FLT, rate_, &layout, format,
+                                         frame_->sample_rate, 0, nullptr);
     av_channel_layout_uninit(&layout);
     if (code < 0 || swr_init(resampler_) < 0) return false;
     inFormat_ = format;
@@ -372,6 +395,7 @@ class Decoding {
   SwrContext* resampler_ = nullptr;
   AVSampleFormat inFormat_ = AV_SAMPLE_FMT_NONE;
   int inRate_ = 0;
+  int rate_ = 0;
   int stream_ = -1;
   int channels_ = 0;
   bool flushed_ = false;

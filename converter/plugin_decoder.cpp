@@ -32,8 +32,8 @@ bool ContainsFolded(std::u16string_view text, std::u16string_view word) {
 // the source's coding, and those the selector computes itself, are not the music's.
 std::string TagNameFor(std::u16string_view column) {
   static constexpr std::u16string_view kNotCopied[] = {u"Codec",    u"audio quality", u"Encoder",     u"DSD Type",
-                                                        u"Length",   u"Channels",      u"Sample Rate", u"Sample Size",
-                                                        u"Bit Rate", u"Compression"};
+                                                       u"Length",   u"Channels",      u"Sample Rate", u"Sample Size",
+                                                       u"Bit Rate", u"Compression"};
   for (auto skip : kNotCopied)
     if (tessaroven::AsciiFoldEquals(column, skip)) return {};
   if (tessaroven::AsciiFoldEquals(column, u"Year")) return "date";

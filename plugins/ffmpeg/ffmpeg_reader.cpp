@@ -247,8 +247,8 @@ class Decoding {
       const int got = DecodeFrame();
       if (got <= 0) return got;
     }
-    const std::size_t frames = std::min({wanted, (pcm_.size() - next_) / channels_,
-                                         static_cast<std::size_t>(INT32_MAX) / frameBytes});
+    const std::size_t frames =
+        std::min({wanted, (pcm_.size() - next_) / channels_, static_cast<std::size_t>(INT32_MAX) / frameBytes});
     std::memcpy(buffer, pcm_.data() + next_, frames * frameBytes);
     next_ += frames * channels_;
     return static_cast<std::int32_t>(frames * frameBytes);
@@ -346,8 +346,7 @@ class Decoding {
     if (room < 0) return -1;
     pcm_.resize(static_cast<std::size_t>(room) * channels_);
     std::uint8_t* out[] = {reinterpret_cast<std::uint8_t*>(pcm_.data())};
-    const int made = swr_convert(resampler_, out, room, const_cast<const std::uint8_t**>(frame_->extended_data),
-                                 count);
+    const int made = swr_convert(resampler_, out, room, const_cast<const std::uint8_t**>(frame_->extended_data), count);
     if (made < 0) return -1;
     pcm_.resize(static_cast<std::size_t>(made) * channels_);
     if (skipToMs_ >= 0) {

@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 
@@ -37,7 +38,8 @@ void RemoveTestRootIfOwner() {
   std::filesystem::remove_all(std::filesystem::path(ToOsString(TestRoot())), error);
 }
 
-// Through the process environment, which the system's own calls (GetTempPathW) read.
+// Through the C library, which passes the change on to the process environment, so
+// that both getenv and the system's own calls (GetTempPathW) see it.
 ScopedEnv::ScopedEnv(const char* name, const char* value) : name_(name) {
   const std::wstring wide = ToOsString(Utf8ToUtf16(name));
   if (const DWORD length = GetEnvironmentVariableW(wide.c_str(), nullptr, 0)) {
@@ -45,12 +47,11 @@ ScopedEnv::ScopedEnv(const char* name, const char* value) : name_(name) {
     old.resize(GetEnvironmentVariableW(wide.c_str(), old.data(), length));
     old_ = Utf16ToUtf8(FromOsString(old));
   }
-  SetEnvironmentVariableW(wide.c_str(), value ? ToOsString(Utf8ToUtf16(value)).c_str() : nullptr);
+  _wputenv_s(wide.c_str(), value ? ToOsString(Utf8ToUtf16(value)).c_str() : L"");
 }
 
 ScopedEnv::~ScopedEnv() {
-  const std::wstring wide = ToOsString(Utf8ToUtf16(name_));
-  SetEnvironmentVariableW(wide.c_str(), old_ ? ToOsString(Utf8ToUtf16(*old_)).c_str() : nullptr);
+  _wputenv_s(ToOsString(Utf8ToUtf16(name_)).c_str(), old_ ? ToOsString(Utf8ToUtf16(*old_)).c_str() : L"");
 }
 
 }  // namespace tessaroven::test

@@ -1,5 +1,6 @@
 // What a crash dump shows on Linux, read back by the tests' own reader and by lldb.
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <gtest/gtest.h>
@@ -34,6 +35,12 @@ std::string RunAndCapture(const std::string& command) {
 }
 
 }  // namespace
+
+// The signal would also leave a core file; the dump is all that is wanted.
+void SuppressCoreFile() {
+  const struct rlimit noCore { 0, 0 };
+  setrlimit(RLIMIT_CORE, &noCore);
+}
 
 // Linux dumps also carry the system, the crashed thread, the modules with their
 // build ids and the blocks around rsp; lldb opens them and unwinds to the crash.

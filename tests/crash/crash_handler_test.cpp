@@ -1,9 +1,6 @@
 #include "crash/crash_handler.h"
 
 #include <gtest/gtest.h>
-#ifndef _WIN32
-#include <sys/resource.h>
-#endif
 
 #include <algorithm>
 #include <csignal>
@@ -18,6 +15,13 @@
 #include "support/native_path.h"
 
 namespace tessaroven {
+
+// Defined for each platform: keeps a crashing child from leaving a core file beside
+// its dump, and checks what only this platform's dumps show, with its own tools.
+void SuppressCoreFile();
+void ExpectPlatformDump(const std::string& mode, const char* function, bool ripInExecutable, const std::string& pid,
+                        const std::u16string& dumpPath, const test::MinidumpReader& dump);
+
 namespace {
 
 using test::Native;
@@ -151,12 +155,15 @@ TEST(CrashStartTest, ReportsAnExistingDumpOtherwiseStartsNormally) {
       {"prog -crashed crash-1.dmp", true}, {"prog -crashed crash-2.dmp", false}, {"prog /music/crash-1.dmp", false}};
   for (const auto& [commandLine, reports] : cases) {
     SCOPED_TRACE(commandLine);
-    test::TempDir base;
-    const std::u16string folder = base / u"crashes" + kPathSeparator;
-    ASSERT_TRUE(test::MakeFolder(folder));
-    ASSERT_TRUE(test::WriteBytes(folder + u"crash-1.dmp", "MDMP"));
-    const std::u16string hookRecord = base / u"hook.txt";
-    test::ChildProcess child("crashed_start", {Utf16ToUtf8(base.Path()), Utf16ToUtf8(hookRecord), commandLine});
+    test::TempDir dir;
+    const std::u16string base = dir / Native(u"a/b/qRV");
+    const std::u16string folder = CrashFolder(base);
+    if (reports) {
+      ASSERT_TRUE(std::filesystem::create_directories(std::filesystem::path(ToOsString(folder))));
+      ASSERT_TRUE(test::WriteBytes(folder + u"crash-1.dmp", "MDMP"));
+    }
+    const std::u16string hookRecord = dir / u"hook.txt";
+    test::ChildProcess child("crashed_start", {Utf16ToUtf8(base), Utf16ToUtf8(hookRecord), commandLine});
     const int code = child.Wait();
     if (reports) {
       EXPECT_EQ(code, 0);
@@ -165,6 +172,7 @@ TEST(CrashStartTest, ReportsAnExistingDumpOtherwiseStartsNormally) {
     } else {
       EXPECT_EQ(code, 7) << "a normal start installs the handler";
       EXPECT_FALSE(test::FileExists(hookRecord));
+      EXPECT_TRUE(std::filesystem::is_directory(std::filesystem::path(ToOsString(folder)))) << "made with its parents";
       // Prepared for the next crash under the naming rule; nothing written yet.
       const std::string prepared = test::ReadBytes(hookRecord + u".normal");
       EXPECT_EQ(prepared.rfind(Utf16ToUtf8(folder) + "crash-", 0), 0u) << prepared;
@@ -172,15 +180,6 @@ TEST(CrashStartTest, ReportsAnExistingDumpOtherwiseStartsNormally) {
       EXPECT_FALSE(test::FileExists(Utf8ToUtf16(prepared)));
     }
   }
-}
-
-TEST(CrashStartTest, CrashFolderIsCreatedWithItsParents) {
-  test::TempDir base;
-  const std::u16string deep = base / Native(u"a/b/qRV");
-  const std::u16string hookRecord = base / u"hook.txt";
-  test::ChildProcess child("crashed_start", {Utf16ToUtf8(deep), Utf16ToUtf8(hookRecord), "prog"});
-  EXPECT_EQ(child.Wait(), 7);
-  EXPECT_TRUE(std::filesystem::is_directory(std::filesystem::path(ToOsString(CrashFolder(deep)))));
 }
 
 // --- Crashing children ---------------------------------------------------------------
@@ -199,14 +198,8 @@ TESSAROVEN_TEST_CHILD(crash_child) {
   std::string mode = args[1];
   const bool onWorker = mode.size() > 7 && mode.substr(mode.size() - 7) == "-worker";
   if (onWorker) mode.resize(mode.size() - 7);
-#ifdef _WIN32
-  _putenv_s("TESSAROVEN_CRASH_TEST", mode.c_str());
-#else
-  // The signal would also leave a core file; the dump is all we want.
-  const struct rlimit noCore { 0, 0 };
-  setrlimit(RLIMIT_CORE, &noCore);
-  setenv("TESSAROVEN_CRASH_TEST", mode.c_str(), 1);
-#endif
+  SuppressCoreFile();
+  const test::ScopedEnv request("TESSAROVEN_CRASH_TEST", mode.c_str());
   if (onWorker)
     std::thread(ProvokeCrashIfAsked).join();
   else
@@ -242,14 +235,6 @@ struct CrashCase {
   bool ripInExecutable;     // a fault in our code; abort stops inside the C library
   friend void PrintTo(const CrashCase& c, std::ostream* os) { *os << c.mode; }
 };
-
-}  // namespace
-
-// What only this platform's dumps show, with its own tools.
-void ExpectPlatformDump(const std::string& mode, const char* function, bool ripInExecutable, const std::string& pid,
-                        const std::u16string& dumpPath, const test::MinidumpReader& dump);
-
-namespace {
 
 class CrashDumpReadBack : public testing::TestWithParam<CrashCase> {};
 

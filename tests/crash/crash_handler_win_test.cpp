@@ -8,6 +8,8 @@
 
 namespace tessaroven {
 
+void SuppressCoreFile() {}  // Windows writes no core files
+
 // The memory callback's first blocks lie around the registers, Rsp among them.
 // Wine's dbghelp issues only the module and thread callbacks, never the memory
 // callback, so the extra blocks appear only in dumps that Windows itself writes.

@@ -108,29 +108,23 @@ TEST_F(Channel, ReceivedPathsAreTrimmedCutAndTooShortOnesDropped) {
   }
 }
 
-TEST_F(Channel, BlockWithoutTerminatorYieldsAtMost260Units) {
-  std::array<std::uint8_t, kChannelBlockSize> bytes;
-  bytes.fill(0x41);  // U+4141 in every unit, no 0 anywhere
-  ASSERT_TRUE(sender_.Channel().Lock());
-  sender_.Channel().Write(bytes);
-  sender_.PickupEvent().Set();
-  sender_.Channel().Unlock();
-  EXPECT_EQ(ReceiveOne(), std::u16string(260, u'\x4141'));
-}
-
-TEST_F(Channel, BytesAfterTheTerminatorAreIgnored) {
-  std::array<std::uint8_t, kChannelBlockSize> bytes;
-  bytes.fill(0x42);
-  const std::u16string path = u"/music";
-  for (std::size_t i = 0; i <= path.size(); ++i) {
-    bytes[2 * i] = static_cast<std::uint8_t>(i < path.size() ? path[i] : 0);
-    bytes[2 * i + 1] = 0;
+// Blocks written directly, as Send never writes them: without a terminator at most
+// 260 units count, and after the terminator nothing does.
+TEST_F(Channel, ABlockIsReadUpToItsTerminatorOr260Units) {
+  for (const bool terminated : {false, true}) {
+    std::array<std::uint8_t, kChannelBlockSize> bytes;
+    bytes.fill(0x41);  // U+4141 in every unit, no 0 anywhere
+    const std::u16string path = u"/music";
+    for (std::size_t i = 0; terminated && i <= path.size(); ++i) {
+      bytes[2 * i] = static_cast<std::uint8_t>(i < path.size() ? path[i] : 0);
+      bytes[2 * i + 1] = 0;
+    }
+    ASSERT_TRUE(sender_.Channel().Lock());
+    sender_.Channel().Write(bytes);
+    sender_.PickupEvent().Set();
+    sender_.Channel().Unlock();
+    EXPECT_EQ(ReceiveOne(), terminated ? path : std::u16string(260, u'\x4141'));
   }
-  ASSERT_TRUE(sender_.Channel().Lock());
-  sender_.Channel().Write(bytes);
-  sender_.PickupEvent().Set();
-  sender_.Channel().Unlock();
-  EXPECT_EQ(ReceiveOne(), u"/music");
 }
 
 TEST_F(Channel, NothingIsCollectedWhileTheAcceptEventIsReset) {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
-#include <cctype>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
@@ -51,10 +50,8 @@ struct ConversionCase {
   AVCodecID cover;
 };
 
-class ConversionTest : public testing::TestWithParam<ConversionCase> {};
-
-TEST_P(ConversionTest, TheOutputDecodesWithTagsPictureAndLength) {
-  const ConversionCase& c = GetParam();
+// One helper per row, so that a failed ASSERT ends the row and the table goes on.
+void CheckConversion(const ConversionCase& c) {
   TempDir dir;
   const std::u16string target = dir / (u"out" + std::u16string(InfoOf(c.format).extension));
   const JobResult result = Convert(c.source, target, c.format, c.preset);
@@ -96,9 +93,7 @@ TEST_P(ConversionTest, TheOutputDecodesWithTagsPictureAndLength) {
 constexpr auto kNone = AV_SAMPLE_FMT_NONE;
 constexpr auto kNoPicture = AV_CODEC_ID_NONE;
 
-INSTANTIATE_TEST_SUITE_P(
-    Table, ConversionTest,
-    testing::Values(
+const ConversionCase kConversions[] = {
         ConversionCase{"WavToFlac", DataFile(u"tone.wav"), Format::kFlac, u"", AV_CODEC_ID_FLAC, 44100, 2,
                        AV_SAMPLE_FMT_S16, 16, true, kNoPicture},
         ConversionCase{"OggFlac24ToFlacKeeps24Bits", DataFile(u"tone.oga"), Format::kFlac, u"best", AV_CODEC_ID_FLAC,
@@ -122,16 +117,20 @@ INSTANTIATE_TEST_SUITE_P(
         ConversionCase{"HighRateMonoToMp3Resamples", DataFile(u"tone-float.wav"), Format::kMp3, u"cbr128",
                        AV_CODEC_ID_MP3, 48000, 1, kNone, 0, false, kNoPicture},
         ConversionCase{"VideoContainerGivesItsAudioOnly", DataFile(u"tone.mkv"), Format::kOpus, u"", AV_CODEC_ID_OPUS,
-                       48000, 2, kNone, 0, false, kNoPicture}),
-    [](const auto& param) { return std::string(param.param.name); });
+                       48000, 2, kNone, 0, false, kNoPicture}};
+
+TEST(ConversionTest, TheOutputDecodesWithTagsPictureAndLength) {
+  for (const ConversionCase& c : kConversions) {
+    SCOPED_TRACE(c.name);
+    CheckConversion(c);
+  }
+}
 
 // Every container and codec of the test files, through the decoder and into FLAC
 // at its own rate: the FLAC file holds exactly the samples the source decodes to.
-class EverySourceTest : public testing::TestWithParam<const char16_t*> {};
-
-TEST_P(EverySourceTest, ConvertsToFlacSampleForSample) {
+void CheckToFlac(const char16_t* file) {
   TempDir dir;
-  const std::u16string source = DataFile(GetParam());
+  const std::u16string source = DataFile(file);
   const JobResult result = Convert(source, dir / u"out.flac", Format::kFlac, u"fast");
   ASSERT_EQ(result.outcome, Outcome::kDone) << tessaroven::Utf16ToUtf8(result.message);
   const test::Decoded input = DecodeWhole(source);
@@ -141,18 +140,17 @@ TEST_P(EverySourceTest, ConvertsToFlacSampleForSample) {
   EXPECT_EQ(output.info.sampleRate, input.info.sampleRate);
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, EverySourceTest,
-                         testing::Values(u"tone.mp3", u"tone.mp2", u"tone.ogg", u"tone.opus", u"tone.spx", u"tone.m4a",
+TEST(EverySourceTest, ConvertsToFlacSampleForSample) {
+  for (const char16_t* file : {u"tone.mp3", u"tone.mp2", u"tone.ogg", u"tone.opus", u"tone.spx", u"tone.m4a",
                                          u"tone-alac.m4a", u"tone.aiff", u"tone.wv", u"tone.tta", u"tone.wma",
                                          u"tone-rf64.wav", u"tone-zero-size.wav", u"tone-multiplexed.ogg",
                                          u"tone.ac3", u"tone.dts", u"tone.aac", u"tone.webm", u"tone.avi", u"tone.mov",
                                          u"tone.mpg", u"tone.ts", u"tone.m2ts", u"tone.flv", u"tone.3gp",
-                                         u"tone-eac3.m4a", u"tone-opus.m4a"),
-                         [](const auto& param) {
-                           std::string name;
-                           for (const char c : tessaroven::Utf16ToUtf8(param.param)) name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-                           return name;
-                         });
+                                         u"tone-eac3.m4a", u"tone-opus.m4a"}) {
+    SCOPED_TRACE(tessaroven::Utf16ToUtf8(file));
+    CheckToFlac(file);
+  }
+}
 
 struct BadSource {
   const char* name;
@@ -161,29 +159,23 @@ struct BadSource {
   const char16_t* says;
 };
 
-class BadSourceTest : public testing::TestWithParam<BadSource> {};
-
-TEST_P(BadSourceTest, FailsWithAReasonAndLeavesNothing) {
-  TempDir in;
-  TempDir out;
-  const std::u16string source = in / u"song.flac";
-  if (GetParam().exists) {
-    ASSERT_TRUE(WriteBytes(source, GetParam().bytes));
-  }
-  const JobResult result = Convert(source, out / u"song.mp3", Format::kMp3);
-  EXPECT_EQ(result.outcome, Outcome::kFailed);
-  EXPECT_NE(result.message.find(GetParam().says), std::u16string::npos) << tessaroven::Utf16ToUtf8(result.message);
-  EXPECT_TRUE(ListFolder(out.Path()).empty());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, BadSourceTest,
-    testing::Values(BadSource{"Missing", "", false, u"does not exist"},
+TEST(BadSourceTest, FailsWithAReasonAndLeavesNothing) {
+  for (const BadSource& c : {BadSource{"Missing", "", false, u"does not exist"},
                     BadSource{"Empty", "", true, u"is empty"},
                     BadSource{"RandomBytes", std::string("\x13\x37\xC0\xDE\x00\xFF\x42", 7) + std::string(5000, 'z'), true, u"not an audio file"},
                     BadSource{"Text", "These are the liner notes, not music.\n", true, u"not an audio file"},
-                    BadSource{"TruncatedFlacHeader", std::string("fLaC\0\0\0\x22", 8), true, u"damaged or cut short"}),
-    [](const auto& param) { return std::string(param.param.name); });
+                    BadSource{"TruncatedFlacHeader", std::string("fLaC\0\0\0\x22", 8), true, u"damaged or cut short"}}) {
+    SCOPED_TRACE(c.name);
+    TempDir in;
+    TempDir out;
+    const std::u16string source = in / u"song.flac";
+    if (c.exists) EXPECT_TRUE(WriteBytes(source, c.bytes));
+    const JobResult result = Convert(source, out / u"song.mp3", Format::kMp3);
+    EXPECT_EQ(result.outcome, Outcome::kFailed);
+    EXPECT_NE(result.message.find(c.says), std::u16string::npos) << tessaroven::Utf16ToUtf8(result.message);
+    EXPECT_TRUE(ListFolder(out.Path()).empty());
+  }
+}
 
 TEST(TargetTest, AnExistingTargetIsSkippedUnlessOverwriting) {
   TempDir dir;
@@ -285,10 +277,7 @@ struct PluginCase {
   bool pluginDecodes;  // the ffmpeg plug-in declares it; the taglib one reads tags only
 };
 
-class PluginDecodingTest : public testing::TestWithParam<PluginCase> {};
-
-TEST_P(PluginDecodingTest, TheFilesPluginDecodesWhereItCanAndTheOutputIsFfmpegs) {
-  const PluginCase& c = GetParam();
+void CheckPluginDecoding(const PluginCase& c) {
   const std::u16string source = DataFile(c.file);
   TempDir dir;
   TempDir noPlugins;
@@ -317,15 +306,13 @@ TEST_P(PluginDecodingTest, TheFilesPluginDecodesWhereItCanAndTheOutputIsFfmpegs)
     EXPECT_EQ(pluginOutput.Tag(tag), ffmpegOutput.Tag(tag)) << tag;
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, PluginDecodingTest,
-                         testing::Values(PluginCase{u"tone.ac3", true}, PluginCase{u"tone.mka", true},
-                                         PluginCase{u"tone.dsf", true}, PluginCase{u"tone.flac", false},
-                                         PluginCase{u"tone.mp3", false}),
-                         [](const auto& param) {
-                           std::string name = tessaroven::Utf16ToUtf8(param.param.file);
-                           for (char& ch : name) ch = std::isalnum(static_cast<unsigned char>(ch)) ? ch : '_';
-                           return name;
-                         });
+TEST(PluginDecodingTest, TheFilesPluginDecodesWhereItCanAndTheOutputIsFfmpegs) {
+  for (const PluginCase& c : {PluginCase{u"tone.ac3", true}, PluginCase{u"tone.mka", true},
+                              PluginCase{u"tone.dsf", true}, PluginCase{u"tone.flac", false}}) {
+    SCOPED_TRACE(tessaroven::Utf16ToUtf8(c.file));
+    CheckPluginDecoding(c);
+  }
+}
 
 // A third-party plug-in's format converts too, the edge cases of its blocks handled
 // by the host: blocks that end anywhere, a lossless 16-bit source that must stay

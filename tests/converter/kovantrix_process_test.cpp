@@ -90,40 +90,34 @@ TEST(KovantrixTest, ReadsTheListSignalsAndConvertsWhatItCan) {
   EXPECT_EQ(ListFolder(out / u"Album/").size(), 2u);  // nothing for the failures, no parts
 }
 
-struct UsageCase {
-  const char* name;
-  std::vector<std::string> args;
-  int code;
-  const char* says;
-};
-
-class UsageTest : public testing::TestWithParam<UsageCase> {};
-
-TEST_P(UsageTest, BadUsageAndUnreadableListsSaySo) {
-  TempDir dir;
-  std::vector<std::string> args;
-  for (std::string arg : GetParam().args) {
-    if (const auto at = arg.find("DIR/"); at != std::string::npos) arg.replace(at, 4, Utf16ToUtf8(dir.Path()));
-    args.push_back(arg);
+TEST(KovantrixTest, BadUsageAndUnreadableListsSaySo) {
+  struct UsageCase {
+    std::vector<std::string> args;
+    int code;
+    const char* says;
+  };
+  for (const UsageCase& c : {UsageCase{{"--no-window"}, 2, "no list of files to convert was given"},
+                             UsageCase{{"-list_to_conv=DIR/l.tmp", "--format=ogg"}, 2, "there is no format 'ogg'"},
+                             UsageCase{{"-list_to_conv=DIR/l.tmp", "--no-window"}, 1, "does not exist"},
+                             UsageCase{{"-list_to_conv=DIR/", "--no-window"}, 1, "cannot be read"}}) {
+    SCOPED_TRACE(c.says);
+    TempDir dir;
+    std::vector<std::string> args;
+    for (std::string arg : c.args) {
+      if (const auto at = arg.find("DIR/"); at != std::string::npos) arg.replace(at, 4, Utf16ToUtf8(dir.Path()));
+      args.push_back(arg);
+    }
+    const std::u16string name = EventName();
+    NamedEvent selector;
+    ASSERT_TRUE(selector.Create(name));
+    args.push_back(Arg(u"-signal_event_got_files", name));
+    Process kovantrix(KOVANTRIX_PATH, args);
+    EXPECT_EQ(kovantrix.Wait(), c.code);
+    EXPECT_NE(kovantrix.Err().find(c.says), std::string::npos) << kovantrix.Err();
+    // A run that took no list leaves the selector waiting for it to end, visibly.
+    EXPECT_FALSE(selector.Wait(std::chrono::milliseconds(0)));
   }
-  const std::u16string name = EventName();
-  NamedEvent selector;
-  ASSERT_TRUE(selector.Create(name));
-  args.push_back(Arg(u"-signal_event_got_files", name));
-  Process kovantrix(KOVANTRIX_PATH, args);
-  EXPECT_EQ(kovantrix.Wait(), GetParam().code);
-  EXPECT_NE(kovantrix.Err().find(GetParam().says), std::string::npos) << kovantrix.Err();
-  // A run that took no list leaves the selector waiting for it to end, visibly.
-  EXPECT_FALSE(selector.Wait(std::chrono::milliseconds(0)));
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, UsageTest,
-    testing::Values(UsageCase{"NoList", {"--no-window"}, 2, "no list of files to convert was given"},
-                    UsageCase{"UnknownFormat", {"-list_to_conv=DIR/l.tmp", "--format=ogg"}, 2, "there is no format 'ogg'"},
-                    UsageCase{"MissingList", {"-list_to_conv=DIR/l.tmp", "--no-window"}, 1, "does not exist"},
-                    UsageCase{"ListIsAFolder", {"-list_to_conv=DIR/", "--no-window"}, 1, "cannot be read"}),
-    [](const auto& param) { return std::string(param.param.name); });
 
 TEST(KovantrixTest, UnknownArgumentsAndAMissingSelectorAreReportedNotFatal) {
   TempDir in;

@@ -35,9 +35,8 @@ TEST_P(OddNames, ListFileConverterAndProfileArriveByteForByte) {
   ASSERT_TRUE(std::filesystem::copy_file(ToOsString(ConverterPath()), ToOsString(converter), error)) << error.message();
 
   test::TempDir record;
-  test::ScopedEnvironment env;
-  env.SetTempFolder(temp);
-  env.Set("TESSAROVEN_FAKE_CONVERTER_RECORD", record.Path());
+  test::ScopedEnv tempVariable("TMPDIR", ToOsString(temp).c_str());  // the bytes as they are, not UTF-8
+  test::ScopedEnv recordVariable("TESSAROVEN_FAKE_CONVERTER_RECORD", record.Path());
   SetConverterPathOverride(converter);
   test::RecordingHost host;
   host.lists.lstFoldersNoSub = {music};

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <filesystem>
 #include <optional>
 #include <regex>
+#include <vector>
 
+#include "base/platform.h"
 #include "base/temp_file.h"
 #include "base/text.h"
 #include "conversion_test_support.h"
@@ -120,14 +123,14 @@ class ConvertTest : public testing::Test {
  protected:
   void SetUp() override {
     UseTempFolder(temp_.Path());
-    env_.Set("TESSAROVEN_FAKE_CONVERTER_RECORD", record_.Path());
+    env_.emplace_back("TESSAROVEN_FAKE_CONVERTER_RECORD", record_.Path());
     const std::u16string acceptName = UniqueName(u"handoff-test-accept");
     const std::u16string releaseName = UniqueName(u"handoff-test-release");
     ASSERT_TRUE(accept_.Create(acceptName));
     ASSERT_TRUE(accept_.Set());
     ASSERT_TRUE(release_.Create(releaseName));
-    env_.Set("TESSAROVEN_FAKE_CONVERTER_ACCEPT", acceptName);
-    env_.Set("TESSAROVEN_FAKE_CONVERTER_RELEASE", releaseName);
+    env_.emplace_back("TESSAROVEN_FAKE_CONVERTER_ACCEPT", acceptName);
+    env_.emplace_back("TESSAROVEN_FAKE_CONVERTER_RELEASE", releaseName);
     host_.accept = &accept_;
     host_.release = &release_;
   }
@@ -136,7 +139,8 @@ class ConvertTest : public testing::Test {
   void UseTempFolder(const std::u16string& folder) {
     tempFolder_ = folder;
     ASSERT_TRUE(test::MakeFolder(folder));
-    env_.SetTempFolder(folder);
+    // The variables the temporary folder is read from; the converter inherits them.
+    for (const char* name : kIsWindows ? std::vector{"TMP", "TEMP"} : std::vector{"TMPDIR"}) env_.emplace_back(name, folder);
   }
 
   std::u16string At(std::u16string_view relative) const { return music_.Path() + Native(relative); }
@@ -193,7 +197,7 @@ class ConvertTest : public testing::Test {
     return listFile;
   }
 
-  test::ScopedEnvironment env_;
+  std::deque<test::ScopedEnv> env_;  // a deque: ScopedEnv does not move
   test::TempDir music_;
   test::TempDir temp_;
   test::TempDir record_;
@@ -239,7 +243,7 @@ TEST_F(ConvertTest, ConverterAndListFileInFoldersWithSpacesArePassedWhole) {
 TEST_F(ConvertTest, ConverterThatNeverSignalsLeavesTheWindowShown) {
   Make({u"a.mp3"});
   host_.lists.lstSingleFiles = {At(u"a.mp3")};
-  env_.Set("TESSAROVEN_FAKE_CONVERTER_SILENT", u"1");
+  env_.emplace_back("TESSAROVEN_FAKE_CONVERTER_SILENT", "1");
 
   ConvertAndCheckTheContract(ConverterPath());
   EXPECT_EQ(host_.log, (std::vector<std::string>{"stop-reader", "busy", "arrow", "busy", "show", "refresh", "arrow"}));

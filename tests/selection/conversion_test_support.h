@@ -1,6 +1,5 @@
-// What the hand-off tests share: a window side that records its calls, and
-// environment settings (the temporary folder the list file goes to, and the
-// settings the fake converter reads: it inherits the environment).
+// What the hand-off tests share: command-line tables and a window side that
+// records its calls.
 #pragma once
 
 #include <optional>
@@ -55,26 +54,6 @@ inline const std::vector<QuotedValueCase> kQuotedValues = {
     {"BackslashesBeforeQuotes", u"a\\\"b\\\\\"c\\\""},
     {"BackslashesInsideAndAtTheEnd", u"C:\\Te mp\\\\\\"},
 };
-
-// Sets variables for the lifetime of the object and restores the old values after.
-class ScopedEnvironment {
- public:
-  ScopedEnvironment() = default;
-  ~ScopedEnvironment();
-  ScopedEnvironment(const ScopedEnvironment&) = delete;
-  ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
-
-  void Set(const char* name, const std::u16string& value);
-  // The variables TempFolder() reads: TMPDIR on Linux, TMP and TEMP on Windows.
-  void SetTempFolder(const std::u16string& folder);
-
- private:
-  std::vector<std::pair<std::string, std::optional<std::u16string>>> saved_;
-};
-
-// The platform's way of writing one variable (nullopt removes it) and reading it.
-void WriteEnvironment(const char* name, const std::optional<std::u16string>& value);
-std::optional<std::u16string> ReadEnvironment(const char* name);
 
 // The window's side: records every call in order. When the window hides, the fake
 // converter is told it may end.

@@ -12,6 +12,7 @@
 #include "base/path.h"
 #include "base/platform.h"
 #include "base/text.h"
+#include "null_view.h"
 #include "support/native_path.h"
 #include "support/scripted_prompts.h"
 #include "support/test_env.h"
@@ -25,13 +26,8 @@ using test::Native;
 
 // The window: counts the refreshes profiles ask for and answers the new-profile
 // dialog from `newName`.
-class FakeWindow : public SelectionView, public ProfileWindow {
+class FakeWindow : public test::NullView, public ProfileWindow {
  public:
-  NodeId CurrentNode() const override { return kNoNode; }
-  std::size_t FileRowCount() const override { return 0; }
-  std::u16string_view FileRowPath(std::size_t) const override { return {}; }
-  int FileRowImage(std::size_t) const override { return kFileImageUnticked; }
-  void SetFileRowImage(std::size_t, int) override {}
   void UpdateStatusLine() override { ++statusUpdates; }
   void RefillFileList() override { ++refills; }
   void ClearFilters() override { filters->Clear(); }

@@ -24,30 +24,26 @@ struct FormatCase {
   std::uint32_t avgBytes;
 };
 
-class CopyAudioFormatTest : public ::testing::TestWithParam<FormatCase> {};
-
-TEST_P(CopyAudioFormatTest, PcmAlignmentAndRateAreRecomputed) {
-  const FormatCase& c = GetParam();
-  TsvOpenRecord record;
-  std::memset(&record, 0, sizeof(record));
-  record.format = c.in;
-  const AudioFormat format = CopyAudioFormat(record);
-  EXPECT_EQ(format.wave.block_align, c.blockAlign);
-  EXPECT_EQ(format.wave.avg_bytes_per_sec, c.avgBytes);
-  EXPECT_EQ(format.wave.channels, c.in.channels);
-  EXPECT_EQ(format.wave.samples_per_sec, c.in.samples_per_sec);
-  EXPECT_EQ(format.wave.bits_per_sample, c.in.bits_per_sample);
-}
-
-INSTANTIATE_TEST_SUITE_P(Table, CopyAudioFormatTest,
-                         ::testing::Values(FormatCase{"pcm_wrong_alignment", {1, 2, 44100, 1000, 3, 16, 0}, 4, 176400},
+TEST(CopyAudioFormatTest, PcmAlignmentAndRateAreRecomputed) {
+  for (const FormatCase& c : {FormatCase{"pcm_wrong_alignment", {1, 2, 44100, 1000, 3, 16, 0}, 4, 176400},
                                            FormatCase{"pcm_24bit_5_1", {1, 6, 48000, 0, 0, 24, 0}, 18, 864000},
                                            FormatCase{"pcm_8bit_mono", {1, 1, 8000, 7, 9, 8, 0}, 1, 8000},
                                            FormatCase{"float_stereo", {3, 2, 96000, 1, 1, 32, 0}, 8, 768000},
                                            // Compressed formats keep the plug-in's values.
                                            FormatCase{"adpcm_kept", {2, 2, 22050, 22311, 1024, 4, 0}, 1024, 22311},
-                                           FormatCase{"extensible_kept", {0xFFFE, 2, 44100, 1, 3, 16, 0}, 3, 1}),
-                         [](const auto& p) { return std::string(p.param.name); });
+                                           FormatCase{"extensible_kept", {0xFFFE, 2, 44100, 1, 3, 16, 0}, 3, 1}}) {
+    SCOPED_TRACE(c.name);
+    TsvOpenRecord record;
+    std::memset(&record, 0, sizeof(record));
+    record.format = c.in;
+    const AudioFormat format = CopyAudioFormat(record);
+    EXPECT_EQ(format.wave.block_align, c.blockAlign);
+    EXPECT_EQ(format.wave.avg_bytes_per_sec, c.avgBytes);
+    EXPECT_EQ(format.wave.channels, c.in.channels);
+    EXPECT_EQ(format.wave.samples_per_sec, c.in.samples_per_sec);
+    EXPECT_EQ(format.wave.bits_per_sample, c.in.bits_per_sample);
+  }
+}
 
 TEST(CopyAudioFormatTest, ExtraBytesFollowTheFormatButNeverPassTheRecord) {
   TsvOpenRecord record;
@@ -108,10 +104,7 @@ struct PresentCase {
   std::vector<Expect> expected;
 };
 
-class PresentFileInfoTest : public ::testing::TestWithParam<PresentCase> {};
-
-TEST_P(PresentFileInfoTest, ColumnValues) {
-  const PresentCase& c = GetParam();
+void CheckColumns(const PresentCase& c) {
   const FileInfo info = PresentFileInfo(c.raw.Make(), c.file, c.unitsFreq);
   for (const auto& [name, value] : c.expected) {
     if (value) {
@@ -130,19 +123,15 @@ Raw Set(Raw r, auto member, auto value) {
 
 const TagList kLossless{{u"audio quality", u"Lossless", {}}};
 
-INSTANTIATE_TEST_SUITE_P(
-    SampleRate, PresentFileInfoTest,
-    ::testing::Values(
+const PresentCase kPresentCases[] = {
+        // SampleRate
         PresentCase{"units_khz", Raw{}, u"a.flac", 0, {{u"Sample Rate", u"44.1 kHz"}}},
         PresentCase{"units_hz", Raw{}, u"a.flac", 1, {{u"Sample Rate", u"44100 Hz"}}},
         PresentCase{"units_any_nonzero_is_hz", Raw{}, u"a.flac", 7, {{u"Sample Rate", u"44100 Hz"}}},
         PresentCase{"khz_one_decimal", Set(Raw{}, &Raw::rate, 48000u), u"a.flac", 0, {{u"Sample Rate", u"48.0 kHz"}}},
-        PresentCase{"channels", Set(Raw{}, &Raw::channels, std::uint16_t{6}), u"a.flac", 0, {{u"Channels", u"6"}}}),
-    [](const auto& p) { return std::string(p.param.name); });
+        PresentCase{"channels", Set(Raw{}, &Raw::channels, std::uint16_t{6}), u"a.flac", 0, {{u"Channels", u"6"}}},
 
-INSTANTIATE_TEST_SUITE_P(
-    Dsd, PresentFileInfoTest,
-    ::testing::Values(
+        // Dsd
         PresentCase{"dsd256_stereo_lossless",
                     WithTags({{u"DSD Type", u"DSD256", {}}, {u"audio quality", u"Lossless", {}}}),
                     u"a.dsf",
@@ -179,12 +168,9 @@ INSTANTIATE_TEST_SUITE_P(
                     WithTags({}, {{u"DSD Type", u"DSD256", {}}}),
                     u"a.dsf",
                     0,
-                    {{u"Sample Rate", u"44.1 kHz"}, {u"Bit Rate", u"1411 kbps"}}}),
-    [](const auto& p) { return std::string(p.param.name); });
+                    {{u"Sample Rate", u"44.1 kHz"}, {u"Bit Rate", u"1411 kbps"}}},
 
-INSTANTIATE_TEST_SUITE_P(
-    SampleSize, PresentFileInfoTest,
-    ::testing::Values(
+        // SampleSize
         PresentCase{"wav_without_quality_is_lossless", Raw{}, u"/m/a.WAV", 0, {{u"Sample Size", u"16 bit"}}},
         PresentCase{"float_wav",
                     Set(Set(Raw{}, &Raw::formatTag, std::uint16_t{3}), &Raw::bits, std::uint16_t{32}),
@@ -206,12 +192,9 @@ INSTANTIATE_TEST_SUITE_P(
                     u"a.flac",
                     0,
                     {{u"Sample Size", u"16 bit"}}},
-        PresentCase{"wav_only_as_extension", Raw{}, u"/m/a.wav.mp3", 0, {{u"Sample Size", std::nullopt}}}),
-    [](const auto& p) { return std::string(p.param.name); });
+        PresentCase{"wav_only_as_extension", Raw{}, u"/m/a.wav.mp3", 0, {{u"Sample Size", std::nullopt}}},
 
-INSTANTIATE_TEST_SUITE_P(
-    BitRateAndCompression, PresentFileInfoTest,
-    ::testing::Values(
+        // BitRateAndCompression
         PresentCase{
             "bit_rate_zero_still_shown", Set(Raw{}, &Raw::bitRate, 0u), u"a.mp3", 0, {{u"Bit Rate", u"0 kbps"}}},
         PresentCase{
@@ -248,12 +231,9 @@ INSTANTIATE_TEST_SUITE_P(
                     WithTags({{u"Length", u"bogus", {}}}),
                     u"a.flac",
                     0,
-                    {{u"Length", u"2 seconds, 500 mili-seconds"}}}),
-    [](const auto& p) { return std::string(p.param.name); });
+                    {{u"Length", u"2 seconds, 500 mili-seconds"}}},
 
-INSTANTIATE_TEST_SUITE_P(
-    AlbumOrder, PresentFileInfoTest,
-    ::testing::Values(
+        // AlbumOrder
         PresentCase{"track_gets_leading_zero",
                     WithTags({{u"Artist", u"B", {}}, {u"Album", u"A", {}}, {u"Track", u"3", {}}}),
                     u"a.flac",
@@ -305,8 +285,15 @@ INSTANTIATE_TEST_SUITE_P(
                     WithTags({{u"Artist", u"First", {}}}, {{u"ARTIST", u"Second", {}}, {u"Album", u"Alb", {}}}),
                     u"a.flac",
                     0,
-                    {{u"Artist", u"First"}, {u"Album Artist - Album - Disc - Track", u"First - Alb"}}}),
-    [](const auto& p) { return std::string(p.param.name); });
+                    {{u"Artist", u"First"}, {u"Album Artist - Album - Disc - Track", u"First - Alb"}}}
+};
+
+TEST(PresentFileInfoTest, ColumnValues) {
+  for (const PresentCase& c : kPresentCases) {
+    SCOPED_TRACE(c.name);
+    CheckColumns(c);
+  }
+}
 
 TEST(PresentFileInfoRecordTest, NumbersGoIntoTheRecord) {
   Raw raw = WithTags({{u"Rating", u"  4abc", {}}});
@@ -325,34 +312,22 @@ struct NumberCase {
   std::int32_t value;
 };
 
-class LeadingNumberTest : public ::testing::TestWithParam<NumberCase> {};
-
-TEST_P(LeadingNumberTest, ReadsSignAndDigitsAfterBlanks) {
-  EXPECT_EQ(LeadingNumber(GetParam().text), GetParam().value) << Utf16ToUtf8(GetParam().text);
-}
-
-INSTANTIATE_TEST_SUITE_P(Table, LeadingNumberTest,
-                         ::testing::Values(NumberCase{u"  4abc", 4}, NumberCase{u"x4", 0}, NumberCase{u"", 0},
+TEST(LeadingNumberTest, ReadsSignAndDigitsAfterBlanks) {
+  for (const NumberCase& c : {NumberCase{u"  4abc", 4}, NumberCase{u"x4", 0}, NumberCase{u"", 0},
                                            NumberCase{u"-3", -3}, NumberCase{u"+7", 7}, NumberCase{u"4 5", 4},
                                            NumberCase{u"-", 0}, NumberCase{u"- 4", 0}, NumberCase{u"007", 7},
                                            NumberCase{u"99999999999", std::numeric_limits<std::int32_t>::max()},
-                                           NumberCase{u"-99999999999", std::numeric_limits<std::int32_t>::min()}));
+                                           NumberCase{u"-99999999999", std::numeric_limits<std::int32_t>::min()}})
+    EXPECT_EQ(LeadingNumber(c.text), c.value) << Utf16ToUtf8(c.text);
+}
 
 struct SortKeyCase {
   std::u16string_view value;
   std::u16string_view key;
 };
 
-void PrintTo(const SortKeyCase& c, std::ostream* os) { *os << Utf16ToUtf8(c.value); }
-
-class AudioQualitySortKeyTest : public ::testing::TestWithParam<SortKeyCase> {};
-
-TEST_P(AudioQualitySortKeyTest, LabelPrefixesIgnoringCase) {
-  EXPECT_EQ(AudioQualitySortKey(GetParam().value), GetParam().key) << Utf16ToUtf8(GetParam().value);
-}
-
-INSTANTIATE_TEST_SUITE_P(Table, AudioQualitySortKeyTest,
-                         ::testing::Values(SortKeyCase{u"High", u"SHigh"}, SortKeyCase{u"hIGH 24/96", u"ShIGH 24/96"},
+TEST(AudioQualitySortKeyTest, LabelPrefixesIgnoringCase) {
+  for (const SortKeyCase& c : {SortKeyCase{u"High", u"SHigh"}, SortKeyCase{u"hIGH 24/96", u"ShIGH 24/96"},
                                            SortKeyCase{u"CD ", u"xCD "}, SortKeyCase{u"cd 16/44.1", u"xcd 16/44.1"},
                                            SortKeyCase{u"dvd 24/48", u"xdvd 24/48"},
                                            SortKeyCase{u"Dat 16/48", u"xDat 16/48"},
@@ -361,7 +336,9 @@ INSTANTIATE_TEST_SUITE_P(Table, AudioQualitySortKeyTest,
                                            // The blank belongs to the prefix; shorter texts stay.
                                            SortKeyCase{u"CDX", u"CDX"}, SortKeyCase{u"DVD", u"DVD"},
                                            SortKeyCase{u"Perfec", u"Perfec"}, SortKeyCase{u"Hig", u"Hig"},
-                                           SortKeyCase{u"Lossless", u"Lossless"}, SortKeyCase{u"", u""}));
+                                           SortKeyCase{u"Lossless", u"Lossless"}, SortKeyCase{u"", u""}})
+    EXPECT_EQ(AudioQualitySortKey(c.value), c.key) << Utf16ToUtf8(c.value);
+}
 
 TEST(AudioQualitySortTest, HighSortsBeforeTheLabelledQualitiesWhateverTheirCase) {
   std::vector<std::u16string> values{u"perfect (rip)", u"CD 16/44.1", u"high 24/192", u"dvd 24/96",
@@ -461,31 +438,26 @@ TEST_F(ReadFileInfoTest, FailedOpenOrNoPluginGivesNothing) {
   EXPECT_EQ(info.tags[0].name, u"Kept");
 }
 
-struct BrokenBlockCase {
-  const char* name;
-  std::u16string_view fake;
-  std::u16string_view artist;
-};
-
-class ReadFileInfoBrokenTagsTest : public ReadFileInfoTest, public ::testing::WithParamInterface<BrokenBlockCase> {};
-
-TEST_P(ReadFileInfoBrokenTagsTest, KeepsTheTagsBeforeTheBadEntry) {
-  Install(GetParam().fake);
-  clQzDecoder decoder;
-  FileInfo info;
-  ASSERT_TRUE(ReadFileInfo(u"song.fkt", decoder, info));
-  EXPECT_EQ(TagValue(info.tags, u"Artist"), GetParam().artist);
-  EXPECT_FALSE(HasTag(info.tags, u"Album"));
-  EXPECT_FALSE(HasTag(info.tags, u"Genre"));
-  // The computed values are there all the same.
-  EXPECT_EQ(TagValue(info.tags, u"Channels"), u"2");
+TEST_F(ReadFileInfoTest, BrokenTagBlocksKeepTheTagsBeforeTheBadEntry) {
+  for (const auto& [fake, artist] : {std::pair{u"tags_len4", u""}, std::pair{u"tags_past_end", u"Kept"},
+                                     std::pair{u"tags_negative", u"Kept"}}) {
+    SCOPED_TRACE(Utf16ToUtf8(fake));
+    // Each fake alone in the folder and not cached, as if it were the only one installed.
+    const std::filesystem::path installed = test::FsPath(Install(fake));
+    test::SetCachedLibrary(u".fkt", u"");
+    {  // the library unloaded before its file goes
+      clQzDecoder decoder;
+      FileInfo info;
+      EXPECT_TRUE(ReadFileInfo(u"song.fkt", decoder, info));
+      EXPECT_EQ(TagValue(info.tags, u"Artist"), artist);
+      EXPECT_FALSE(HasTag(info.tags, u"Album"));
+      EXPECT_FALSE(HasTag(info.tags, u"Genre"));
+      // The computed values are there all the same.
+      EXPECT_EQ(TagValue(info.tags, u"Channels"), u"2");
+    }
+    std::filesystem::remove(installed);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Plugins, ReadFileInfoBrokenTagsTest,
-                         ::testing::Values(BrokenBlockCase{"length_four", u"tags_len4", u""},
-                                           BrokenBlockCase{"entry_past_end", u"tags_past_end", u"Kept"},
-                                           BrokenBlockCase{"negative_size", u"tags_negative", u"Kept"}),
-                         [](const auto& p) { return std::string(p.param.name); });
 
 }  // namespace
 }  // namespace tessaroven

@@ -18,10 +18,6 @@ struct QualityCase {
   const char16_t* label;
 };
 
-class QualityLabelTest : public testing::TestWithParam<QualityCase> {};
-
-TEST_P(QualityLabelTest, NamesTheClassOfTheSource) { EXPECT_EQ(QualityLabel(GetParam().shape), GetParam().label); }
-
 // shape: lossless, float, bits, rate, DSD multiple
 const QualityCase kQualityCases[] = {
     {{false, false, 16, 44100, 0}, u""},
@@ -39,7 +35,9 @@ const QualityCase kQualityCases[] = {
     {{true, false, 1, 2822400, 64}, u"High Resolution Lossless (DSD64)"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Shapes, QualityLabelTest, testing::ValuesIn(kQualityCases));
+TEST(QualityLabel, NamesTheClassOfTheSource) {
+  for (const QualityCase& c : kQualityCases) EXPECT_EQ(QualityLabel(c.shape), c.label) << Utf16ToUtf8(c.label);
+}
 
 // The labels must land in the groups of the "Audio Quality" column's own sort: every
 // "High ..." before the "CD ", "DAT " and "DVD " labels.
@@ -81,12 +79,6 @@ struct KeyCase {
   const char16_t* column;
 };
 
-class ColumnNameTest : public testing::TestWithParam<KeyCase> {};
-
-TEST_P(ColumnNameTest, MapsKeysOfBothLibrariesToOneColumn) {
-  EXPECT_EQ(ColumnNameForKey(GetParam().key), GetParam().column);
-}
-
 const KeyCase kKeyCases[] = {
     {"TITLE", u"Title"},
     {"title", u"Title"},
@@ -103,7 +95,9 @@ const KeyCase kKeyCases[] = {
     {"", u""},
 };
 
-INSTANTIATE_TEST_SUITE_P(Keys, ColumnNameTest, testing::ValuesIn(kKeyCases));
+TEST(ColumnNameForKey, MapsKeysOfBothLibrariesToOneColumn) {
+  for (const KeyCase& c : kKeyCases) EXPECT_EQ(ColumnNameForKey(c.key), c.column) << c.key;
+}
 
 TEST(TagBlock, WritesCountThenSizedEntriesWithBothTextsTerminated) {
   TagBlock block;

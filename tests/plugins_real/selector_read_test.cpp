@@ -22,16 +22,14 @@ struct ColumnCase {
   const char16_t* compression;
 };
 
-void PrintTo(const ColumnCase& c, std::ostream* os) { *os << c.file; }
-
-class SelectorReadTest : public testing::TestWithParam<ColumnCase> {
+// The build's real plug-ins in the plug-in folder for the length of a test.
+class SelectorReadTest : public testing::Test {
  protected:
   void SetUp() override { SetPluginFolderOverride(FromOsString(std::string(TESSAROVEN_PLUGIN_DIR) + "/")); }
   void TearDown() override { SetPluginFolderOverride(std::nullopt); }
 };
 
-TEST_P(SelectorReadTest, ColumnsShowWhatThePluginRead) {
-  const ColumnCase& c = GetParam();
+void CheckColumns(const ColumnCase& c) {
   clQzDecoder decoder;
   FileInfo info;
   ASSERT_TRUE(ReadFileInfo(FromOsString(DataFolder() + c.file), decoder, info));
@@ -58,11 +56,12 @@ const ColumnCase kColumnCases[] = {
 };
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(Fixtures, SelectorReadTest, testing::ValuesIn(kColumnCases), [](const auto& p) {
-  std::string name = p.param.file;
-  for (auto& ch : name) ch = (ch == '.' || ch == '-') ? '_' : ch;
-  return name;
-});
+TEST_F(SelectorReadTest, ColumnsShowWhatThePluginRead) {
+  for (const ColumnCase& c : kColumnCases) {
+    SCOPED_TRACE(c.file);
+    CheckColumns(c);
+  }
+}
 
 // The compilation flag in each kind of tag that carries one, and the album filter's
 // widening by the artist that it turns off. tone.wav and tone.dsf have the same tags
@@ -73,16 +72,7 @@ struct CompilationCase {
   const char16_t* albumValue;   // what the filter's Album slot shows
 };
 
-void PrintTo(const CompilationCase& c, std::ostream* os) { *os << c.file; }
-
-class CompilationTest : public testing::TestWithParam<CompilationCase> {
- protected:
-  void SetUp() override { SetPluginFolderOverride(FromOsString(std::string(TESSAROVEN_PLUGIN_DIR) + "/")); }
-  void TearDown() override { SetPluginFolderOverride(std::nullopt); }
-};
-
-TEST_P(CompilationTest, FlagShowsAndKeepsTheAlbumFilterFromAddingTheArtist) {
-  const CompilationCase& c = GetParam();
+void CheckCompilation(const CompilationCase& c) {
   const std::u16string path = FromOsString(DataFolder() + c.file);
   clQzDecoder decoder;
   FileInfo info;
@@ -110,11 +100,12 @@ const CompilationCase kCompilationCases[] = {
     {"tone.wav", u"No", u"Fixture Artist - Fixture Album"}, {"tone.dsf", u"No", u"Fixture Artist - Fixture Album"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Fixtures, CompilationTest, testing::ValuesIn(kCompilationCases), [](const auto& p) {
-  std::string name = p.param.file;
-  for (auto& ch : name) ch = (ch == '.' || ch == '-') ? '_' : ch;
-  return name;
-});
+TEST_F(SelectorReadTest, CompilationFlagShowsAndKeepsTheAlbumFilterFromAddingTheArtist) {
+  for (const CompilationCase& c : kCompilationCases) {
+    SCOPED_TRACE(c.file);
+    CheckCompilation(c);
+  }
+}
 
 }  // namespace
 }  // namespace tessaroven::test

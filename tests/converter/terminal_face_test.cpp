@@ -14,13 +14,11 @@ struct ClockCase {
   const char16_t* text;
 };
 
-class ClockTest : public testing::TestWithParam<ClockCase> {};
-
-TEST_P(ClockTest, MinutesAndHours) { EXPECT_EQ(ClockText(seconds(GetParam().seconds)), GetParam().text); }
-
-INSTANTIATE_TEST_SUITE_P(Table, ClockTest,
-                         testing::Values(ClockCase{0, u"0:00"}, ClockCase{42, u"0:42"}, ClockCase{725, u"12:05"},
-                                         ClockCase{3725, u"1:02:05"}, ClockCase{-5, u"0:00"}));
+TEST(ClockTest, MinutesAndHours) {
+  for (const ClockCase& c : {ClockCase{0, u"0:00"}, ClockCase{42, u"0:42"}, ClockCase{725, u"12:05"},
+                             ClockCase{3725, u"1:02:05"}, ClockCase{-5, u"0:00"}})
+    EXPECT_EQ(ClockText(seconds(c.seconds)), c.text) << c.seconds;
+}
 
 TEST(TimeLeftTest, JudgedOnlyOnceEnoughIsDone) {
   EXPECT_FALSE(TimeLeft(0.5, seconds(0)).has_value());   // too early
@@ -40,23 +38,17 @@ struct BarCase {
 
 // The bar takes the columns the numbers leave (10 to 40), and the line stays
 // shorter than the terminal so that it never wraps.
-class BarTest : public testing::TestWithParam<BarCase> {};
-
-TEST_P(BarTest, FitsTheTerminal) {
-  const BarCase& c = GetParam();
-  const std::u16string bar = ProgressBarText(c.fraction, c.finished, 40, c.left, c.width);
-  EXPECT_EQ(bar, c.text);
-  EXPECT_LT(bar.size(), static_cast<std::size_t>(c.width));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, BarTest,
-    testing::Values(
+TEST(BarTest, FitsTheTerminal) {
+  for (const BarCase& c : {
         BarCase{"Start", 0.0, 0, std::nullopt, 50, u"[>" + std::u16string(31, u' ') + u"] 0%  0/40 files"},
         BarCase{"Half", 0.5, 20, seconds(12), 60, u"[" + std::u16string(14, u'=') + u">" + std::u16string(14, u' ') + u"] 50%  20/40 files  0:12 left"},
         BarCase{"Full", 1.0, 40, seconds(0), 60, u"[" + std::u16string(28, u'=') + u"] 100%  40/40 files  0:00 left"},
-        BarCase{"NarrowIsCut", 0.5, 20, seconds(12), 30, u"[=====>    ] 50%  20/40 files"}),
-    [](const auto& param) { return std::string(param.param.name); });
+        BarCase{"NarrowIsCut", 0.5, 20, seconds(12), 30, u"[=====>    ] 50%  20/40 files"}}) {
+    const std::u16string bar = ProgressBarText(c.fraction, c.finished, 40, c.left, c.width);
+    EXPECT_EQ(bar, c.text) << c.name;
+    EXPECT_LT(bar.size(), static_cast<std::size_t>(c.width)) << c.name;
+  }
+}
 
 TEST(SummaryTest, CountsWhatWentWrong) {
   Tally tally;

@@ -50,6 +50,15 @@ class ScanTest : public ::testing::Test {
   clQzDecoder decoder_;
   XEvent cancel_;
   CollectProgress progress_;
+  test::NullView view_;
+  SelectionModel model_{view_};
+};
+
+// A progress window the user cancels the moment it shows.
+class CancellingUi : public CollectUi {
+ public:
+  void SetBusy(bool) override {}
+  void ShowProgress(const CollectProgress&, XEvent& cancel, const XEvent&) override { cancel.Set(); }
 };
 
 struct AudioCase {
@@ -91,50 +100,42 @@ TEST(AudioFileTestCache, ClearingTheCacheTakesAChangedExclusionIntoAccount) {
 
 TEST_F(ScanTest, ExpandingListsVisibleSubFoldersSortedWithTheFold) {
   Make({u"m/b/", u"m/A/", u"m/c/", u"m/.hidden/", u"m/$RECYCLE.BIN/", u"m/@eaDir/", u"m/#Recycle/", u"m/file.mp3"});
-  test::NullView view;
-  SelectionModel model(view);
-  const NodeId node = model.Tree().AddNode(kNoNode, At(u"m/"));
-  EXPECT_EQ(ExpandFolderNode(model, node), 3u);
+  const NodeId node = model_.Tree().AddNode(kNoNode, At(u"m/"));
+  EXPECT_EQ(ExpandFolderNode(model_, node), 3u);
   std::vector<std::u16string> children;
-  for (NodeId child : model.Tree().ChildrenOf(node)) children.push_back(model.Tree().PathOf(child));
+  for (NodeId child : model_.Tree().ChildrenOf(node)) children.push_back(model_.Tree().PathOf(child));
   EXPECT_EQ(children, (std::vector<std::u16string>{At(u"m/A/"), At(u"m/b/"), At(u"m/c/")}));
-  EXPECT_EQ(ExpandFolderNode(model, node), 0u) << "a node with children is not loaded again";
-  EXPECT_EQ(model.Tree().ChildrenOf(node).size(), 3u);
+  EXPECT_EQ(ExpandFolderNode(model_, node), 0u) << "a node with children is not loaded again";
+  EXPECT_EQ(model_.Tree().ChildrenOf(node).size(), 3u);
 }
 
 TEST_F(ScanTest, AFolderWithNothingToShowLosesItsExpandButton) {
   Make({u"only-hidden/.git/", u"only-bin/$RECYCLE.BIN/", u"only-files/a.mp3", u"empty/"});
-  test::NullView view;
-  SelectionModel model(view);
   for (const char16_t* folder : {u"only-hidden/", u"only-bin/", u"only-files/", u"empty/", u"missing/"}) {
-    const NodeId node = model.Tree().AddNode(kNoNode, At(folder));
-    EXPECT_EQ(ExpandFolderNode(model, node), 0u);
-    EXPECT_FALSE(model.Tree().HasChildren(node)) << Utf16ToUtf8(folder);
+    const NodeId node = model_.Tree().AddNode(kNoNode, At(folder));
+    EXPECT_EQ(ExpandFolderNode(model_, node), 0u);
+    EXPECT_FALSE(model_.Tree().HasChildren(node)) << Utf16ToUtf8(folder);
   }
 }
 
 TEST_F(ScanTest, ChildrenOfAFolderChosenWithSubFoldersShowAsChosenUnlessExcluded) {
   Make({u"m/in/", u"m/out/"});
-  test::NullView view;
-  SelectionModel model(view);
-  const NodeId node = model.Tree().AddNode(kNoNode, At(u"m/"));
-  model.Lists().lstFoldersAndSub.push_back(At(u"m/"));
-  model.Lists().lstFoldersExclude.push_back(At(u"m/out/"));
-  model.InitialNodeState(node);
-  ASSERT_EQ(model.Tree().StateOf(node), TreeCheckState::csFolderAndSub);
-  ExpandFolderNode(model, node);
-  const auto& children = model.Tree().ChildrenOf(node);
+  const NodeId node = model_.Tree().AddNode(kNoNode, At(u"m/"));
+  model_.Lists().lstFoldersAndSub.push_back(At(u"m/"));
+  model_.Lists().lstFoldersExclude.push_back(At(u"m/out/"));
+  model_.InitialNodeState(node);
+  ASSERT_EQ(model_.Tree().StateOf(node), TreeCheckState::csFolderAndSub);
+  ExpandFolderNode(model_, node);
+  const auto& children = model_.Tree().ChildrenOf(node);
   ASSERT_EQ(children.size(), 2u);
-  EXPECT_EQ(model.Tree().StateOf(children[0]), TreeCheckState::csFolderAndSub);
-  EXPECT_EQ(model.Tree().StateOf(children[1]), TreeCheckState::csUnchecked);
+  EXPECT_EQ(model_.Tree().StateOf(children[0]), TreeCheckState::csFolderAndSub);
+  EXPECT_EQ(model_.Tree().StateOf(children[1]), TreeCheckState::csUnchecked);
 }
 
 TEST_F(ScanTest, TheNetworkEntryIsNotReadFromDisk) {
-  test::NullView view;
-  SelectionModel model(view);
-  const NodeId node = model.Tree().AddNode(kNoNode, std::u16string(kNetworkEntry));
-  EXPECT_EQ(ExpandFolderNode(model, node), 0u);
-  EXPECT_TRUE(model.Tree().HasChildren(node)) << "the network search fills it, not the disk";
+  const NodeId node = model_.Tree().AddNode(kNoNode, std::u16string(kNetworkEntry));
+  EXPECT_EQ(ExpandFolderNode(model_, node), 0u);
+  EXPECT_TRUE(model_.Tree().HasChildren(node)) << "the network search fills it, not the disk";
 }
 
 TEST_F(ScanTest, ListingShowsAudioFilesWithTheirSizes) {
@@ -232,11 +233,7 @@ TEST_F(ScanTest, ACancelledCollectionStopsAtOnce) {
 // gone): the caller must come back after the stop time-out instead of freezing,
 // and the worker left behind must only touch what it owns when it wakes up.
 TEST_F(ScanTest, AWalkThatDoesNotStopIsLeftBehindAfterTheStopTimeOut) {
-  class CancellingUi : public CollectUi {
-   public:
-    void SetBusy(bool) override {}
-    void ShowProgress(const CollectProgress&, XEvent& cancel, const XEvent&) override { cancel.Set(); }
-  } ui;
+  CancellingUi ui;
   struct Stuck {
     XEvent release;
     XEvent done;
@@ -263,11 +260,7 @@ TEST_F(ScanTest, AWalkThatDoesNotStopIsLeftBehindAfterTheStopTimeOut) {
 }
 
 TEST_F(ScanTest, AWalkThatStopsWhenCancelledIsWaitedFor) {
-  class CancellingUi : public CollectUi {
-   public:
-    void SetBusy(bool) override {}
-    void ShowProgress(const CollectProgress&, XEvent& cancel, const XEvent&) override { cancel.Set(); }
-  } ui;
+  CancellingUi ui;
   auto run = std::make_shared<CollectRun>();
   bool stopped = false;
   EXPECT_TRUE(RunCollectWorker(

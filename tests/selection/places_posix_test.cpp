@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <optional>
 #include <string>
 #include <vector>
@@ -34,24 +33,6 @@ TEST(PlacesPosix, TheLiveMountTableListsTheRootFirstAndNoSystemMounts) {
   }
 }
 
-// Points HOME somewhere else for one test.
-class HomeFolder {
- public:
-  explicit HomeFolder(const std::u16string& path) {
-    if (const char* old = std::getenv("HOME")) old_ = old;
-    setenv("HOME", Utf16ToUtf8(path).c_str(), 1);
-  }
-  ~HomeFolder() {
-    if (old_)
-      setenv("HOME", old_->c_str(), 1);
-    else
-      unsetenv("HOME");
-  }
-
- private:
-  std::optional<std::string> old_;
-};
-
 struct KnownFolderCase {
   const char* name;
   std::vector<std::u16string> folders;  // made below the home folder
@@ -64,7 +45,7 @@ class KnownFolderPlaces : public testing::TestWithParam<KnownFolderCase> {};
 TEST_P(KnownFolderPlaces, AppearOnlyWhenTheFolderExists) {
   test::TempDir home;
   for (const auto& folder : GetParam().folders) ASSERT_TRUE(test::MakeFolder(home / folder));
-  HomeFolder env(home.Path());
+  test::ScopedEnv env("HOME", home.Path());
 
   const std::vector<Place> places = ListPlaces();
   std::vector<std::u16string> before, after;

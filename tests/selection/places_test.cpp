@@ -221,7 +221,6 @@ TEST_P(DriveRefreshRows, PutNewDrivesInOrderAndTakeOutVanishedOnes) {
 INSTANTIATE_TEST_SUITE_P(
     Places, DriveRefreshRows,
     testing::Values(
-        RefreshCase{"Unchanged", true, u"/ /mnt/a/", u"/ /mnt/a/", u"/m/ / /mnt/a/ /v/ {Network}", 0, 0},
         RefreshCase{"NewBetween", true, u"/ /mnt/c/", u"/ /mnt/b/ /mnt/c/", u"/m/ / /mnt/b/ /mnt/c/ /v/ {Network}", 1,
                     0},
         RefreshCase{"NewAtTheEndOfTheDrives", true, u"/", u"/ /mnt/z/ /srv/", u"/m/ / /mnt/z/ /srv/ /v/ {Network}", 2,

@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "base/platform.h"
 #include "base/text.h"
 #include "support/test_env.h"
 
@@ -21,11 +20,6 @@ using test::WriteBytes;
 void RemoveFile(const std::u16string& path) {
   std::error_code error;
   std::filesystem::remove(std::filesystem::path(ToOsString(path)), error);
-}
-
-TEST(TempFile, TempFolderIsTheEnvironmentsAndEndsInSeparator) {
-  // The test main points the temporary folder at "tmp" below the run's root.
-  EXPECT_EQ(TempFolder(), test::TestRoot() + u"tmp" + kPathSeparator);
 }
 
 TEST(TempFile, CreatesAnEmptyFileNamedFromThePrefix) {

@@ -195,7 +195,6 @@ const PresentCase kPresentCases[] = {
         {{u"Album Artist - Album - Disc - Track", u"B - 01"}, {u"Album - Disc - Track", u"01"}}},
     {"compilation_number", WithTags({{u"Compilation", u" 1", {}}}), u"a.flac", 0, {{u"Compilation", u"Yes"}}},
     {"compilation_zero", WithTags({{u"Compilation", u"0", {}}}), u"a.flac", 0, {{u"Compilation", u"No"}}},
-    {"compilation_text", WithTags({{u"Compilation", u"yes", {}}}), u"a.flac", 0, {{u"Compilation", u"No"}}},
     {"compilation_absent", Raw{}, u"a.flac", 0, {{u"Compilation", u"No"}}},
     {"accurate_rip_kept", WithTags({{u"AccurateRipResult", u"Accurate (confidence 7)", {}}}), u"a.flac", 0,
         {{u"AccurateRipResult", u"Accurate (confidence 7)"}}},

@@ -50,9 +50,18 @@ Widget* Find(QWidget& window, const char* name) {
   return widget;
 }
 
+// The window remembers its choices in the settings every test of this process
+// shares; a later command-line run must not inherit a window test's format and folder.
 class ConverterWindowTest : public testing::Test {
  protected:
-  void SetUp() override { EnsureApplication(); }
+  void SetUp() override {
+    EnsureApplication();
+    saved_ = LoadChoices(std::nullopt);
+  }
+  void TearDown() override { SaveChoices(saved_, std::nullopt); }
+
+ private:
+  Choices saved_;
 };
 
 TEST_F(ConverterWindowTest, ChoicesBeforeTheStartAreUsedAndRemembered) {

@@ -16,14 +16,13 @@
 #include "selection/conversion.h"
 #include "ui/column_menu.h"
 #include "ui/file_manager.h"
+#include "ui/icons.h"
 #include "ui/state_image_delegate.h"
 #include "ui/tick_accessibility.h"
 
 namespace tessaroven {
 
 namespace {
-
-QIcon Icon(const char* name) { return QIcon(QStringLiteral(":/icons/%1.svg").arg(QLatin1String(name))); }
 
 constexpr int kImageSize = 16;
 constexpr int kRowHeight = 18;
@@ -50,7 +49,7 @@ FileListView::FileListView(const TypeFilter& types, std::u16string_view namesVal
       defaults_(std::move(defaults)) {
   MarkTicksAccessible(this);
   setModel(model_);
-  setItemDelegateForColumn(0, new StateImageDelegate({QIcon(), Icon("file-unticked"), Icon("file-ticked")},
+  setItemDelegateForColumn(0, new StateImageDelegate({QIcon(), OwnIcon("file-unticked"), OwnIcon("file-ticked")},
                                                      ScaledToScreen(kImageSize), ScaledToScreen(kRowHeight), this));
   setSelectionBehavior(QAbstractItemView::SelectRows);
   setSelectionMode(QAbstractItemView::ExtendedSelection);

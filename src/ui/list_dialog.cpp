@@ -11,6 +11,7 @@
 #include "filters/file_times.h"
 #include "ui/column_set.h"
 #include "ui/file_list_view.h"
+#include "ui/icons.h"
 
 namespace tessaroven {
 
@@ -48,7 +49,7 @@ frmList::frmList(std::vector<std::u16string> files, const TypeFilter& types, QWi
   convert_ = buttons->addButton(QStringLiteral("Convert"), QDialogButtonBox::ActionRole);
   QPushButton* ok = buttons->addButton(QStringLiteral("OK"), QDialogButtonBox::AcceptRole);
   QPushButton* cancel = buttons->addButton(QStringLiteral("Cancel"), QDialogButtonBox::RejectRole);
-  convert_->setIcon(QIcon(QStringLiteral(":/icons/convert.svg")));
+  convert_->setIcon(OwnIcon("convert"));
   connect(convert_, &QPushButton::clicked, this, [this] { done(kConvertResult); });
   connect(ok, &QPushButton::clicked, this, &QDialog::accept);
   connect(cancel, &QPushButton::clicked, this, &QDialog::reject);

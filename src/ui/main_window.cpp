@@ -38,6 +38,7 @@
 #include "ui/crash_report_dialog.h"
 #include "ui/file_list_model.h"
 #include "ui/file_list_view.h"
+#include "ui/icons.h"
 #include "ui/file_manager.h"
 #include "ui/filter_dialog.h"
 #include "ui/folder_tree_model.h"
@@ -55,8 +56,6 @@ QString Q(std::u16string_view text) { return QString::fromStdU16String(std::u16s
 
 int Scaled(int pixelsAt96) { return ScaledToScreen(pixelsAt96); }
 
-QIcon Icon(const char* name) { return QIcon(QStringLiteral(":/icons/%1.svg").arg(QLatin1String(name))); }
-
 constexpr int kDividerWidth = 4;
 constexpr int kResizeBorder = 4;
 constexpr int kTreeImageSize = 16;
@@ -65,11 +64,11 @@ constexpr int kTreeItemHeight = 18;
 // The tree's five images in state order; slot 0 is never shown.
 std::vector<QIcon> TreeStateImages() {
   return {QIcon(),
-          Icon("tick-unchecked"),
-          Icon("tick-child-selected"),
-          Icon("tick-single-files"),
-          Icon("tick-folder-and-sub"),
-          Icon("tick-folder-no-sub")};
+          OwnIcon("tick-unchecked"),
+          OwnIcon("tick-child-selected"),
+          OwnIcon("tick-single-files"),
+          OwnIcon("tick-folder-and-sub"),
+          OwnIcon("tick-folder-no-sub")};
 }
 
 
@@ -100,7 +99,7 @@ QString WindowTitle() {
 frmMain::frmMain(SingleInstance& instance, QWidget* parent) : QWidget(parent), instance_(instance) {
   setObjectName(QStringLiteral("frmMain"));
   setAttribute(Qt::WA_DeleteOnClose, false);
-  setWindowIcon(Icon("tessaroven"));
+  setWindowIcon(OwnIcon("tessaroven"));
   screenReader_ = SettingsGetDword(kScreenReaderValue) != 0;
   // The window draws its own caption; for a screen reader the desktop's title bar
   // and standard controls are the ones it knows how to read.
@@ -177,7 +176,7 @@ frmMain::~frmMain() {
 void frmMain::BuildControls() {
   auto captionButton = [this](const char* icon, const QString& name) {
     auto* button = new QToolButton(this);
-    button->setIcon(Icon(icon));
+    button->setIcon(OwnIcon(icon));
     button->setAutoRaise(true);
     button->setAccessibleName(name);
     button->setToolTip(name);
@@ -206,9 +205,9 @@ void frmMain::BuildControls() {
     return button;
   };
   convertButton_ = textButton(QStringLiteral("Convert"), QStringLiteral("Convert Selected Files"), "_cmdConvert");
-  convertButton_->setIcon(Icon("convert"));
+  convertButton_->setIcon(OwnIcon("convert"));
   listButton_ = textButton(QStringLiteral("List"), QStringLiteral("List Audio Files Converting"), "_cmdList");
-  listButton_->setIcon(Icon("list"));
+  listButton_->setIcon(OwnIcon("list"));
   refreshButton_ =
       textButton(QStringLiteral("Refresh"), QStringLiteral("Refreshes, Showing New Files or Folders"), "_cmdRefresh");
   clearButton_ = textButton(QStringLiteral("Clear"), QStringLiteral("Unselects all Folders & Files"), "_cmdReset");
@@ -221,7 +220,7 @@ void frmMain::BuildControls() {
   connect(clearButton_, &QPushButton::clicked, this, &frmMain::OnClear);
 
   helpButton_ = new QToolButton(this);
-  helpButton_->setIcon(Icon("help"));
+  helpButton_->setIcon(OwnIcon("help"));
   helpButton_->setAutoRaise(true);
   helpButton_->setAccessibleName(QStringLiteral("Help"));
   helpButton_->setToolTip(QStringLiteral("Help"));
@@ -344,7 +343,7 @@ void frmMain::RestoreSavedRect() {
 
 void frmMain::UpdateCaptionButtons() {
   const QString name = maximised_ ? QStringLiteral("Restore") : QStringLiteral("Maximize");
-  restoreButton_->setIcon(Icon(maximised_ ? "caption-restore" : "caption-maximize"));
+  restoreButton_->setIcon(OwnIcon(maximised_ ? "caption-restore" : "caption-maximize"));
   restoreButton_->setAccessibleName(name);
   restoreButton_->setToolTip(name);
 }
@@ -447,7 +446,7 @@ void frmMain::paintEvent(QPaintEvent*) {
     x += w + 6;
   };
   const auto drawImage = [&](const char* name) {
-    Icon(name).paint(&painter, QRect(x, rowY + (rowH - image) / 2, image, image));
+    OwnIcon(name).paint(&painter, QRect(x, rowY + (rowH - image) / 2, image, image));
     x += image + 3;
   };
   drawText(QStringLiteral("Key"));

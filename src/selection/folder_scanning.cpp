@@ -1,5 +1,7 @@
 #include "selection/folder_scanning.h"
 
+#include "selection/network_shares.h"
+
 #include <algorithm>
 #include <functional>
 #include <memory>
@@ -111,12 +113,7 @@ bool AudioFileTest::IsAudioFile(std::u16string_view name) {
   return true;
 }
 
-std::size_t ExpandFolderNode(SelectionModel& model, NodeId node) {
-  FolderTree& tree = model.Tree();
-  if (!tree.IsNode(node) || !tree.ChildrenOf(node).empty()) return 0;
-  const std::u16string folder = tree.PathOf(node);
-  if (folder.empty() || folder == kNetworkEntry) return 0;
-
+std::vector<std::u16string> ReadSubFolders(const std::u16string& folder) {
   std::vector<std::u16string> names;
   {
     CriticalErrorBoxesOff quiet;
@@ -130,12 +127,77 @@ std::size_t ExpandFolderNode(SelectionModel& model, NodeId node) {
   std::vector<std::u16string> paths;
   paths.reserve(names.size());
   for (const std::u16string& name : names) paths.push_back(WithTrailingSeparator(folder + name));
+  return paths;
+}
+
+std::size_t AddSubFolders(SelectionModel& model, NodeId node, std::vector<std::u16string> paths) {
+  FolderTree& tree = model.Tree();
+  if (!tree.IsNode(node) || !tree.ChildrenOf(node).empty()) return 0;
   if (paths.empty()) {
     tree.SetHasChildren(node, false);
     return 0;
   }
+  const std::size_t count = paths.size();
   model.AddExpandedChildren(node, std::move(paths));
-  return names.size();
+  return count;
+}
+
+std::size_t ExpandFolderNode(SelectionModel& model, NodeId node) {
+  FolderTree& tree = model.Tree();
+  if (!tree.IsNode(node) || !tree.ChildrenOf(node).empty()) return 0;
+  const std::u16string folder = tree.PathOf(node);
+  if (folder.empty() || folder.front() == u'{') return 0;
+  return AddSubFolders(model, node, ReadSubFolders(folder));
+}
+
+std::optional<std::vector<std::u16string>> ReadSubFoldersOnWorker(const std::u16string& folder, CollectUi& ui,
+                                                                  std::u16string& failure,
+                                                                  std::chrono::milliseconds grace) {
+  struct Job {
+    std::vector<std::u16string> paths;
+    std::u16string failure;
+  };
+  auto run = std::make_shared<CollectRun>();
+  run->progress.SetText(u"Reading " + folder);
+  auto job = std::make_shared<Job>();
+  const bool ended = RunCollectWorker(
+      run,
+      [job, folder] {
+        if (PrepareShareFolder(folder, job->failure)) job->paths = ReadSubFolders(folder);
+      },
+      ui, grace, kShareReadStopTimeout);
+  if (!ended || run->cancel.IsSet()) return std::nullopt;
+  failure = std::move(job->failure);
+  return std::move(job->paths);
+}
+
+std::optional<std::vector<FileEntry>> ListFolderFilesOnWorker(const std::u16string& folder, FilterState& filters,
+                                                              CollectUi& ui, std::u16string& failure,
+                                                              std::chrono::milliseconds grace) {
+  // Like the collector: the worker's filters and decoder are its own, handed back
+  // only when it ended.
+  struct Job {
+    explicit Job(const FilterState& f) : filters(f.Copy()), audio(filters.Types()) {}
+    FilterState filters;
+    clQzDecoder decoder;
+    AudioFileTest audio;
+    std::vector<FileEntry> entries;
+    std::u16string failure;
+  };
+  auto run = std::make_shared<CollectRun>();
+  run->progress.SetText(u"Reading " + folder);
+  auto job = std::make_shared<Job>(filters);
+  const bool ended = RunCollectWorker(
+      run,
+      [job, folder] {
+        if (PrepareShareFolder(folder, job->failure))
+          job->entries = ListFolderFiles(folder, job->filters, job->audio, job->decoder);
+      },
+      ui, grace, kShareReadStopTimeout);
+  if (!ended || run->cancel.IsSet()) return std::nullopt;
+  filters.Adopt(std::move(job->filters));
+  failure = std::move(job->failure);
+  return std::move(job->entries);
 }
 
 std::vector<FileEntry> ListFolderFiles(const std::u16string& folder, FilterState& filters, AudioFileTest& audio,

@@ -24,6 +24,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -75,6 +76,11 @@ bool FolderNameLess(std::u16string_view a, std::u16string_view b);
 // that already has children, or the network entry, is left alone. When nothing is
 // found the node loses its expand button. Returns the number of folders added.
 std::size_t ExpandFolderNode(SelectionModel& model, NodeId node);
+// ExpandFolderNode in its two halves, for a folder read away from the tree: the
+// sub-folder paths of `folder` (sorted, ending in the separator), then adding them
+// below `node` (left alone when it has children already).
+std::vector<std::u16string> ReadSubFolders(const std::u16string& folder);
+std::size_t AddSubFolders(SelectionModel& model, NodeId node, std::vector<std::u16string> paths);
 
 // The audio files of `folder` (ending in the separator) that pass the date filter
 // and, when a metadata slot is active, the metadata filters (read through
@@ -178,5 +184,23 @@ bool RunCollectWorker(const std::shared_ptr<CollectRun>& run, std::function<void
 std::vector<std::u16string> CollectSelectedFiles(const SelectionLists& lists, FilterState& filters,
                                                  clQzDecoder& decoder, bool forceMetadata, std::u16string_view prefix,
                                                  CollectUi& ui, std::chrono::milliseconds grace = kCollectGracePeriod);
+
+// How long a cancelled read of a share is waited for before it is left behind: a
+// read has nothing to finish, and one stuck on a server that stopped answering
+// must not hold the window.
+inline constexpr std::chrono::milliseconds kShareReadStopTimeout{250};
+
+// Reads of a folder that may not answer (a network share): ReadSubFolders and
+// ListFolderFiles on a worker, with the collector's busy cursor, progress dialog
+// and cancel (RunCollectWorker). A share the desktop has not mounted yet is
+// mounted first (PrepareShareFolder); when that fails, `failure` says why and the
+// result is empty. Nothing when the user cancelled or the read was left behind.
+// The listing uses a copy of `filters` and hands it back once it ended.
+std::optional<std::vector<std::u16string>> ReadSubFoldersOnWorker(const std::u16string& folder, CollectUi& ui,
+                                                                  std::u16string& failure,
+                                                                  std::chrono::milliseconds grace = kCollectGracePeriod);
+std::optional<std::vector<FileEntry>> ListFolderFilesOnWorker(const std::u16string& folder, FilterState& filters,
+                                                              CollectUi& ui, std::u16string& failure,
+                                                              std::chrono::milliseconds grace = kCollectGracePeriod);
 
 }  // namespace tessaroven

@@ -126,6 +126,11 @@ class FolderTree {
   void SetHasChildren(NodeId node, bool hasChildren);
   bool IsExpanded(NodeId node) const;
   void SetExpanded(NodeId node, bool expanded);
+  // Tells the observer that what a node shows changed although the tree did not
+  // (its text lives with PlaceNodes, not here).
+  void TextChanged(NodeId node) {
+    if (IsNode(node)) Changed(node);
+  }
 
  private:
   struct Node {

@@ -144,6 +144,8 @@ std::vector<MountEntry> ParseMountInfo(std::string_view text) {
   return entries;
 }
 
+bool IsNetworkFileSystem(std::string_view fsType) { return OneOf(kNetworkTypes, fsType); }
+
 int ClassifyMount(const MountEntry& entry, const MountContext& context) {
   const std::string_view type = entry.fsType;
   if (OneOf(kPseudoTypes, type) || !IsUserVisible(entry, context)) return kDriveUnknown;

@@ -64,6 +64,10 @@ struct MountContext {
   std::u16string userRuntimeFolder;
 };
 
+// Whether a file system type is one of the network's (the types listed as
+// "Network Drive" above).
+bool IsNetworkFileSystem(std::string_view fsType);
+
 // The drive type of a mount, or kDriveUnknown when it is not a drive at all.
 int ClassifyMount(const MountEntry& entry, const MountContext& context);
 

@@ -92,7 +92,8 @@ const Place* PlaceNodes::Find(NodeId node) const {
 }
 
 std::u16string_view PlaceNodes::Label(NodeId node) const {
-  if (node != kNoNode && node == searching_) return kNetworkSearchingLabel;
+  if (node != kNoNode && node == searching_) return searchingLabel_;
+  if (const auto found = networkLabels_.find(node); found != networkLabels_.end()) return found->second;
   const Place* place = Find(node);
   return place ? std::u16string_view(place->label) : std::u16string_view();
 }

@@ -31,6 +31,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "selection/folder_tree.h"
@@ -58,6 +59,7 @@ std::u16string DriveNodeText(std::u16string_view volumeName, int driveType, std:
 
 inline constexpr std::u16string_view kNetworkLabel = u"Network";
 inline constexpr std::u16string_view kNetworkSearchingLabel = u"Searching...";
+inline constexpr std::u16string_view kNoComputersFoundLabel = u"No computers found";
 
 struct Place {
   PlaceKind kind = PlaceKind::kDrive;
@@ -104,12 +106,23 @@ class PlaceNodes {
   std::u16string_view Label(NodeId node) const;
   // The placeholder child of the network node while the search has found nothing.
   NodeId SearchingNode() const { return searching_; }
+  // For the network search (network_shares.h): the placeholder node (kNoNode once
+  // the first computer replaced it) and its text.
+  void SetSearchingNode(NodeId node, std::u16string_view label = kNetworkSearchingLabel) {
+    searching_ = node;
+    searchingLabel_ = label;
+  }
+  // The texts of the computer and share nodes, which their paths do not give.
+  void SetNetworkLabel(NodeId node, std::u16string label) { networkLabels_[node] = std::move(label); }
+  void ForgetNetworkLabels() { networkLabels_.clear(); }
 
  private:
   friend void AddPlacesToTree(FolderTree&, SelectionLists&, PlaceNodes&, const std::vector<Place>&);
   friend DriveRefreshResult RefreshDrives(TopLevelNodeEditor&, SelectionLists&, PlaceNodes&, const std::vector<Place>&);
   std::vector<Entry> entries_;
   NodeId searching_ = kNoNode;
+  std::u16string_view searchingLabel_ = kNetworkSearchingLabel;
+  std::unordered_map<NodeId, std::u16string> networkLabels_;
 };
 
 // Adds one top-level node per place, each able to expand; the network node gets its

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <thread>
@@ -88,69 +87,36 @@ INSTANTIATE_TEST_SUITE_P(NamedObjects, EveryKind,
                                          KindCase{"Block", OpenBlock}),
                          [](const auto& p) { return std::string(p.param.name); });
 
-TEST(NamedEvent, IsManualResetAndSharedBetweenHandles) {
+// Manual reset: looking does not clear it; a waiter on another thread wakes when it
+// is set, with and without a time limit. A closed or failed event does nothing.
+TEST(NamedEvent, IsManualResetSharedBetweenHandlesAndWakesWaiters) {
   NamedEvent a, b;
   ASSERT_TRUE(a.Create(u"tessaroven-test-event"));
   ASSERT_TRUE(b.Create(u"tessaroven-test-event"));
-  EXPECT_FALSE(b.Wait(kLook));
   EXPECT_FALSE(b.Wait(milliseconds(30)));
   ASSERT_TRUE(a.Set());
   EXPECT_TRUE(b.Wait(kLook));
-  EXPECT_TRUE(b.Wait(kLook)) << "manual reset: looking does not clear it";
-  EXPECT_TRUE(a.Wait(kForever));
-  ASSERT_TRUE(b.Reset());
-  EXPECT_FALSE(a.Wait(kLook));
-}
-
-TEST(NamedEvent, WaitWakesWhenAnotherThreadSetsIt) {
-  NamedEvent waiter, setter;
-  ASSERT_TRUE(waiter.Create(u"tessaroven-test-wake"));
-  ASSERT_TRUE(setter.Create(u"tessaroven-test-wake"));
+  EXPECT_TRUE(b.Wait(kLook));
   for (const milliseconds limit : {kForever, kPatience}) {
-    setter.Reset();
+    ASSERT_TRUE(b.Reset());
+    EXPECT_FALSE(a.Wait(kLook));
     std::thread later([&] {
       std::this_thread::sleep_for(milliseconds(50));
-      setter.Set();
+      b.Set();
     });
-    EXPECT_TRUE(waiter.Wait(limit)) << limit.count();
+    EXPECT_TRUE(a.Wait(limit)) << limit.count();
     later.join();
   }
+  NamedEvent closed;
+  EXPECT_FALSE(closed.Set());
+  EXPECT_FALSE(closed.Wait(kLook));
+  EXPECT_FALSE(closed.Create(u""));
+  EXPECT_FALSE(closed.IsOpen());
 }
 
-TEST(NamedEvent, ClosedOrFailedEventDoesNothing) {
-  NamedEvent event;
-  EXPECT_FALSE(event.Set());
-  EXPECT_FALSE(event.Wait(kLook));
-  EXPECT_FALSE(event.Create(u""));
-  EXPECT_FALSE(event.IsOpen());
-}
-
-// Reports whether the event it opened existed and was signalled: 10 * existed +
-// signalled, then sets it. Arguments: the event name in hex.
-TESSAROVEN_TEST_CHILD(probe_event) {
-  NamedEvent event;
-  if (!event.Create(Unhex(args.at(0)))) return 99;
-  const int code = 10 * event.ExistedBefore() + event.Wait(kLook);
-  event.Set();
-  return code;
-}
-
-TEST(NamedEvent, IsSharedWithOtherProcesses) {
-  const std::u16string name = u"tessaroven-test-process-event";
-  {
-    ChildProcess alone("probe_event", {Hex(name)});
-    EXPECT_EQ(alone.Wait(), 0) << "no other process held it";
-  }
-  NamedEvent event;
-  ASSERT_TRUE(event.Create(name));
-  ChildProcess first("probe_event", {Hex(name)});
-  EXPECT_EQ(first.Wait(), 10);
-  EXPECT_TRUE(event.Wait(kLook)) << "the child set it";
-  ChildProcess second("probe_event", {Hex(name)});
-  EXPECT_EQ(second.Wait(), 11);
-}
-
-TEST(NamedMutex, ExcludesOtherThreadsAndIsRecursiveForItsOwner) {
+// Recursive for its owner, exclusive to other threads; closing a handle releases
+// what it held.
+TEST(NamedMutex, ExcludesOtherThreadsIsRecursiveAndClosingReleases) {
   NamedMutex mine, theirs;
   ASSERT_TRUE(mine.Create(u"tessaroven-test-mutex"));
   ASSERT_TRUE(theirs.Create(u"tessaroven-test-mutex"));
@@ -162,25 +128,13 @@ TEST(NamedMutex, ExcludesOtherThreadsAndIsRecursiveForItsOwner) {
   EXPECT_TRUE(mine.Release());
   EXPECT_TRUE(mine.Release());
   EXPECT_FALSE(mine.Release()) << "released more often than taken";
+  ASSERT_TRUE(mine.Wait(kForever));
+  mine.Close();
   std::thread([&] {
     got = theirs.Wait(kLook);
     theirs.Release();
   }).join();
   EXPECT_EQ(got, 1);
-}
-
-TEST(NamedMutex, ClosingAHandleReleasesWhatItHeld) {
-  NamedMutex holder, other;
-  ASSERT_TRUE(other.Create(u"tessaroven-test-close-held"));
-  ASSERT_TRUE(holder.Create(u"tessaroven-test-close-held"));
-  ASSERT_TRUE(holder.Wait(kForever));
-  holder.Close();
-  std::atomic<bool> got{false};
-  std::thread([&] {
-    got = other.Wait(kLook);
-    other.Release();
-  }).join();
-  EXPECT_TRUE(got);
 }
 
 // Takes the mutex, says so and waits to be killed. Arguments: mutex name in hex,
@@ -193,20 +147,14 @@ TESSAROVEN_TEST_CHILD(hold_mutex) {
   return 0;
 }
 
-// 0 when the mutex can be taken within the patience. Arguments: mutex name in hex.
-TESSAROVEN_TEST_CHILD(take_mutex) {
-  NamedMutex mutex;
-  if (!mutex.Create(Unhex(args.at(0)))) return 99;
-  return mutex.Wait(kPatience) && mutex.Release() ? 0 : 1;
-}
-
 // A process that ends holding the mutex (killed here; an exit without releasing it
 // looks the same to the system) leaves it to the next waiter.
 TEST(NamedMutex, NextWaiterGetsTheMutexOfADeadOwnerInsteadOfWaitingForEver) {
   const std::u16string name = u"tessaroven-test-abandoned";
   TempDir dir;
-  NamedMutex mutex;
+  NamedMutex mutex, other;
   ASSERT_TRUE(mutex.Create(name));  // keeps the object alive past the child
+  ASSERT_TRUE(other.Create(name));
   ChildProcess owner("hold_mutex", {Hex(name), Hex(dir / u"ready")});
   ASSERT_EQ(WaitForContent(dir / u"ready"), "held");
   owner.Kill();
@@ -214,8 +162,9 @@ TEST(NamedMutex, NextWaiterGetsTheMutexOfADeadOwnerInsteadOfWaitingForEver) {
 
   ASSERT_TRUE(mutex.Wait(kPatience));
   ASSERT_TRUE(mutex.Release());
-  ChildProcess next("take_mutex", {Hex(name)});
-  EXPECT_EQ(next.Wait(), 0) << "the recovered mutex works for others too";
+  bool got = false;
+  std::thread([&] { got = other.Wait(kPatience) && other.Release(); }).join();
+  EXPECT_TRUE(got) << "the recovered mutex works for other handles too";
 }
 
 TEST(NamedSharedBlock, StartsZeroedAndIsSharedBetweenHandles) {

@@ -10,7 +10,8 @@
 #include <memory>
 
 #include "crash/crash_handler.h"
-#include "crash_test_support.h"
+#include "base/text.h"
+#include "crash/crash_handler_internal.h"
 #include "minidump_reader.h"
 
 namespace tessaroven {

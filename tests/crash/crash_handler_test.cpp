@@ -9,10 +9,14 @@
 #include <set>
 #include <thread>
 
-#include "crash_test_support.h"
+#include "base/path.h"
+#include "base/platform.h"
+#include "base/text.h"
+#include "crash/crash_handler_internal.h"
 #include "minidump_reader.h"
 #include "support/child_process.h"
 #include "support/native_path.h"
+#include "support/test_env.h"
 
 namespace tessaroven {
 
@@ -44,19 +48,19 @@ TEST(CrashSwitchTest, LinesSplitAtBlanksOutsideQuotes) {
   for (const auto& [line, words] : cases) EXPECT_EQ(SplitCommandWords(line), words) << Utf16ToUtf8(line);
 }
 
-// One optional dash and ASCII case folding only: a dotless capital I is not an i.
-TEST(CrashSwitchTest, CrashedSwitchIsOneWord) {
-  for (const std::u16string_view word : {u"-crashed", u"-CrAsHeD", u"crashed"}) EXPECT_TRUE(IsCrashedSwitch(word));
-  for (const std::u16string_view word :
-       {u"--crashed", u"/crashed", u"-crash", u"-crashedx", u"-", u"", u"-CRASHED\u0130"})
-    EXPECT_FALSE(IsCrashedSwitch(word)) << Utf16ToUtf8(word);
-}
-
+// The switch is one word: one optional dash and ASCII case folding only (a dotless
+// capital I is not an i); the name after it is a bare file name.
 TEST(CrashSwitchTest, DumpNameIsTheBareNameAfterTheSwitch) {
   const std::pair<std::u16string, std::optional<std::u16string>> cases[] = {
       {u"prog -crashed crash-42.dmp", u"crash-42.dmp"},
-      {u"prog -Crashed \"crash 42.dmp\"", u"crash 42.dmp"},
-      {u"prog -crashed a.dmp -crashed b.dmp", u"a.dmp"},
+      {u"prog -CrAsHeD \"crash 42.dmp\"", u"crash 42.dmp"},
+      {u"prog crashed a.dmp -crashed b.dmp", u"a.dmp"},
+      {u"prog --crashed a.dmp", std::nullopt},
+      {u"prog /crashed a.dmp", std::nullopt},
+      {u"prog -crash a.dmp", std::nullopt},
+      {u"prog -crashedx a.dmp", std::nullopt},
+      {u"prog - a.dmp", std::nullopt},
+      {u"prog -CRASHED\u0130 a.dmp", std::nullopt},
       {u"prog D:\\Music", std::nullopt},
       {u"prog -crashed", std::nullopt},
       {u"prog -crashed \"\"", std::nullopt},
@@ -88,6 +92,9 @@ TEST(CrashDumpTest, DumpFileNameIsTheFirstFreeNameInOrder) {
   };
   for (const auto& c : cases)
     EXPECT_EQ(DumpFileName(c.pid, [&](const std::u16string& n) { return c.taken.count(n) > 0; }), c.name);
+  // The dumps lie below the base folder, with one separator.
+  EXPECT_EQ(CrashFolder(Native(u"/home/u/qRV")), Native(u"/home/u/qRV/crashes/"));
+  EXPECT_EQ(CrashFolder(Native(u"/home/u/qRV/")), Native(u"/home/u/qRV/crashes/"));
 }
 
 // A block starts half a block before an address, unless that goes below zero.
@@ -128,11 +135,6 @@ TEST(CrashDumpTest, CursorOffersRegistersThenReadableStackValues) {
     EXPECT_EQ(offered, expected) << c.stackFrom - kFakeStackBase;
     EXPECT_FALSE(cursor.Next()) << "an exhausted cursor stays exhausted";
   }
-}
-
-TEST(CrashFolderTest, BelowTheBaseFolderWithOneSeparator) {
-  EXPECT_EQ(CrashFolder(Native(u"/home/u/qRV")), Native(u"/home/u/qRV/crashes/"));
-  EXPECT_EQ(CrashFolder(Native(u"/home/u/qRV/")), Native(u"/home/u/qRV/crashes/"));
 }
 
 // --- The "-crashed" start, in real processes ----------------------------------------------
@@ -184,15 +186,29 @@ TEST(CrashStartTest, ReportsAnExistingDumpOtherwiseStartsNormally) {
 
 // --- Crashing children ---------------------------------------------------------------
 
-// args: base folder, mode, probe program, probe record, pid file, folder handling.
+// The restart runs detached from the crashed child, so its record arrives a little
+// later: waits for it, bounded, so a missing restart fails instead of hanging.
+std::string ProbeRecord(const std::u16string& path, std::chrono::seconds limit) {
+  const auto until = std::chrono::steady_clock::now() + limit;
+  while (!test::FileExists(path) && std::chrono::steady_clock::now() < until)
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  return test::ReadBytes(path);
+}
+
+// args: base folder, mode, "remove-folder" or "keep-folder". Writes its pid to
+// pid.txt in the base folder; a crash restarts the probe built beside the test
+// executable, which records its words in probe.txt there.
 TESSAROVEN_TEST_CHILD(crash_child) {
-  SetCrashRestartTargetForTesting(CrashRestartTargetForTesting{Utf8ToUtf16(args[2]), {Utf8ToUtf16(args[3])}});
-  InstallCrashHandler(u"crash_child", Utf8ToUtf16(args[0]), {});
+  const std::u16string base = Utf8ToUtf16(args[0]);
+  const std::u16string probe = std::u16string(FolderOf(crash_internal::RunningProgramPath())) +
+                               (kIsWindows ? u"crash_restart_probe.exe" : u"crash_restart_probe");
+  SetCrashRestartTargetForTesting(CrashRestartTargetForTesting{probe, {base + u"probe.txt"}});
+  InstallCrashHandler(u"crash_child", base, {});
   if (!CrashHandlerActive()) return 2;
-  test::WriteBytes(Utf8ToUtf16(args[4]), std::to_string(CurrentProcessId()));
-  if (args[5] == "remove-folder") {
+  test::WriteBytes(base + u"pid.txt", std::to_string(CurrentProcessId()));
+  if (args[2] == "remove-folder") {
     std::error_code error;
-    std::filesystem::remove_all(std::filesystem::path(ToOsString(CrashFolder(Utf8ToUtf16(args[0])))), error);
+    std::filesystem::remove_all(std::filesystem::path(ToOsString(CrashFolder(base))), error);
   }
   // "MODE-worker" crashes on a thread of its own instead of the main thread.
   std::string mode = args[1];
@@ -207,24 +223,20 @@ TESSAROVEN_TEST_CHILD(crash_child) {
   return 3;
 }
 
-TEST(CrashChildTest, UnknownCrashRequestDoesNothing) {
-  test::TempDir base;
-  test::ChildProcess child("crash_child",
-                           test::CrashChildArgs(base.Path(), "explode", base / u"probe.txt", base / u"pid.txt"));
-  EXPECT_EQ(child.Wait(), 3);
-  EXPECT_TRUE(test::ListFolder(CrashFolder(base.Path())).empty());
-}
-
-TEST(CrashChildTest, NoDumpFileMeansNoDumpAndNoRestart) {
-  test::TempDir base;
-  const std::u16string record = base / u"probe.txt";
-  test::ChildProcess child("crash_child", test::CrashChildArgs(base.Path(), "segv", record, base / u"pid.txt", true));
-  const int code = child.Wait();
-  EXPECT_NE(code, 3) << "the crash did not happen";
-  EXPECT_NE(code, 0);
-  EXPECT_FALSE(test::FileExists(CrashFolder(base.Path())));
-  // The restart would follow the dump at once; give it time to show up if it wrongly does.
-  EXPECT_TRUE(test::WaitForProbeRecord(record, std::chrono::seconds(2)).empty());
+// An unknown request does not crash; a crash whose dump cannot be made (its folder
+// gone) leaves neither a dump nor a restart.
+TEST(CrashChildTest, NoCrashOrNoDumpFolderMeansNoDumpAndNoRestart) {
+  for (const bool crashes : {false, true}) {
+    test::TempDir base;
+    test::ChildProcess child("crash_child", {Utf16ToUtf8(base.Path()), crashes ? "segv" : "explode",
+                                             crashes ? "remove-folder" : "keep-folder"});
+    const int code = child.Wait();
+    EXPECT_EQ(code == 3, !crashes) << "3: the child ran on after the request; " << code;
+    EXPECT_NE(code, 0);
+    EXPECT_TRUE(test::ListFolder(CrashFolder(base.Path())).empty());
+    // The restart would follow the dump at once; give it time to show up if it wrongly does.
+    EXPECT_EQ(ProbeRecord(base / u"probe.txt", std::chrono::seconds(crashes ? 2 : 0)), "");
+  }
 }
 
 struct CrashCase {
@@ -241,9 +253,7 @@ class CrashDumpReadBack : public testing::TestWithParam<CrashCase> {};
 TEST_P(CrashDumpReadBack, WritesADumpOfTheCrashedProcessAndRestarts) {
   const CrashCase& c = GetParam();
   test::TempDir base;
-  const std::u16string record = base / u"probe.txt";
-  const std::u16string pidFile = base / u"pid.txt";
-  test::ChildProcess child("crash_child", test::CrashChildArgs(base.Path(), c.mode, record, pidFile));
+  test::ChildProcess child("crash_child", {Utf16ToUtf8(base.Path()), c.mode, "keep-folder"});
   const int exitCode = child.Wait();
   if constexpr (kIsWindows) {
     EXPECT_EQ(static_cast<std::uint32_t>(exitCode), c.exception);
@@ -252,14 +262,13 @@ TEST_P(CrashDumpReadBack, WritesADumpOfTheCrashedProcessAndRestarts) {
   }
 
   // The dump is named by the rule after the child's pid.
-  const std::string pid = test::ReadBytes(pidFile);
+  const std::string pid = test::ReadBytes(base / u"pid.txt");
   ASSERT_FALSE(pid.empty());
   const std::string dumpName = "crash-" + pid + ".dmp";
   const std::u16string dumpPath = CrashFolder(base.Path()) + Utf8ToUtf16(dumpName);
   ASSERT_TRUE(test::FileExists(dumpPath));
   // The restart ran the probe with "-crashed NAME".
-  EXPECT_EQ(test::WaitForProbeRecord(record, std::chrono::seconds(60)),
-            (std::vector<std::string>{"-crashed", dumpName}));
+  EXPECT_EQ(ProbeRecord(base / u"probe.txt", std::chrono::seconds(60)), "-crashed\n" + dumpName + "\n");
 
   const test::MinidumpReader dump(test::ReadBytes(dumpPath));
   ASSERT_TRUE(dump.HeaderValid());

@@ -29,7 +29,8 @@ ensure_packages() {
 # TagLib and FFmpeg for the plug-ins, Qt 6 for the window.
 BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev googletest libbenchmark-dev libtag1-dev libavformat-dev libavcodec-dev libavutil-dev libswresample-dev qt6-base-dev libqt6svg6 help2man)
 # The crash tests open the dumps they provoke in a debugger; the window tests run a
-# second time on a real X server; the install test validates the desktop's files.
-TEST_PACKAGES=(lldb xvfb xauth desktop-file-utils appstream)
+# second time on a real X server; the install test validates the desktop's files;
+# the network test mounts a folder of this machine over SSH (sshd on 127.0.0.1).
+TEST_PACKAGES=(lldb xvfb xauth desktop-file-utils appstream openssh-server sshfs)
 # The Windows build of the core and Wine to run its tests.
 WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix wine64)

@@ -60,11 +60,15 @@ bool FolderTreeModel::canFetchMore(const QModelIndex& parent) const {
   const NodeId node = NodeOf(parent);
   const FolderTree& tree = selection_.Tree();
   return node != kNoNode && tree.HasChildren(node) && tree.ChildrenOf(node).empty() &&
-         tree.PathOf(node) != kNetworkEntry;
+         !tree.PathOf(node).starts_with(u'{');
 }
 
 void FolderTreeModel::fetchMore(const QModelIndex& parent) {
   if (!canFetchMore(parent)) return;
+  if (expandFolder) {
+    expandFolder(NodeOf(parent));
+    return;
+  }
   QApplication::setOverrideCursor(Qt::BusyCursor);
   ExpandFolderNode(selection_, NodeOf(parent));
   QApplication::restoreOverrideCursor();
@@ -96,6 +100,8 @@ QVariant FolderTreeModel::data(const QModelIndex& index, int role) const {
   const NodeId node = NodeOf(index);
   const FolderTree& tree = selection_.Tree();
   if (!tree.IsNode(node)) return {};
+  // A computer of the network is no folder: it shows no tick at all.
+  if ((role == kStateImageRole || role == Qt::CheckStateRole) && tree.PathOf(node) == kNetworkComputerEntry) return {};
   switch (role) {
     case Qt::DisplayRole:
       return Label(node);
@@ -143,6 +149,7 @@ bool FolderTreeModel::setData(const QModelIndex& index, const QVariant&, int rol
 
 Qt::ItemFlags FolderTreeModel::flags(const QModelIndex& index) const {
   if (!index.isValid()) return Qt::NoItemFlags;
+  if (selection_.Tree().PathOf(NodeOf(index)) == kNetworkComputerEntry) return Qt::ItemIsEnabled | Qt::ItemIsSelectable;
   return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable;
 }
 

@@ -44,6 +44,9 @@ class FolderTreeModel : public QAbstractItemModel, private FolderTreeObserver {
   // Called after a tick changed through setData (a click, Space, assistive
   // technology), once every state has followed.
   std::function<void()> tickChanged;
+  // Loads a folder's sub-folders when the view first expands it; ExpandFolderNode
+  // when not set. The window reads network folders on a worker through it.
+  std::function<void(NodeId)> expandFolder;
 
  private:
   void NodesAboutToBeAdded(NodeId parent, std::size_t first, std::size_t count) override;

@@ -34,6 +34,7 @@
 #include "base/user_prompts.h"
 #include "decode/plugin_folder.h"
 #include "selection/file_columns.h"
+#include "selection/folder_scanning.h"
 #include "ui/column_menu.h"
 #include "ui/crash_report_dialog.h"
 #include "ui/file_list_model.h"
@@ -163,6 +164,7 @@ frmMain::frmMain(SingleInstance& instance, QWidget* parent) : QWidget(parent), i
 frmMain::~frmMain() {
   tick_.stop();
   reader_.Stop();
+  if (network_) network_->Stop();
   // The tree model observes the selection's tree; it goes before the tree does.
   delete tree_;
   tree_ = nullptr;
@@ -258,7 +260,11 @@ void frmMain::BuildControls() {
       new StateImageDelegate(TreeStateImages(), Scaled(kTreeImageSize), Scaled(kTreeItemHeight), tree_));
   treeModel_ = new FolderTreeModel(selection_, places_);
   treeModel_->tickChanged = [this] { UpdateStatusLine(); };
+  treeModel_->expandFolder = [this](NodeId node) { ExpandTreeFolder(node); };
   tree_->setModel(treeModel_);
+  connect(tree_, &QTreeView::expanded, this, [this](const QModelIndex& index) {
+    if (!networkSearched_ && treeModel_->NodeOf(index) == NetworkNode()) StartNetworkSearch();
+  });
   connect(tree_->selectionModel(), &QItemSelectionModel::currentChanged, this,
           [this](const QModelIndex&, const QModelIndex&) { OnCurrentFolderChanged(); });
 
@@ -648,8 +654,15 @@ void frmMain::RefillFileList() {
   const NodeId node = CurrentNode();
   std::vector<FileEntry> entries;
   const std::u16string& folder = selection_.Tree().PathOf(node);
-  if (node != kNoNode && !folder.empty() && folder.front() != u'{')
-    entries = ListFolderFiles(folder, filters_, *audio_, decoder_);
+  if (node != kNoNode && !folder.empty() && folder.front() != u'{') {
+    if (OnNetwork(folder)) {
+      std::u16string failure;
+      entries = ListFolderFilesOnWorker(folder, filters_, *this, failure).value_or(std::vector<FileEntry>());
+      if (!failure.empty()) ShowPrompt(failure, kMessageTitle, kPromptOk | kPromptIconWarning);
+    } else {
+      entries = ListFolderFiles(folder, filters_, *audio_, decoder_);
+    }
+  }
   listModel_->SetEntries(std::move(entries), nullptr);
   for (std::size_t row = 0; row < listModel_->RowCount(); ++row)
     listModel_->SetImage(row, selection_.IsFileSelected(row) ? kFileImageTicked : kFileImageUnticked);
@@ -760,6 +773,7 @@ void frmMain::RefreshTree() {
     selection_.Tree().SetHasChildren(top, true);
   }
   selection_.InitialStatesForLoadedNodes();
+  if (networkSearched_) StartNetworkSearch();
   if (!current.empty() && current.front() != u'{') OpenPath(current);
   RefillFileList();
 }
@@ -868,6 +882,72 @@ void frmMain::ProfileListChanged() {
 }
 
 // ---------------------------------------------------------------------------------
+// The network
+
+void frmMain::QueuedWaker::Wake() {
+  // From the search's worker: the call runs on this window's thread.
+  QMetaObject::invokeMethod(
+      &window_, [window = &window_] { window->networkQueue_.RunPending(); }, Qt::QueuedConnection);
+}
+
+NodeId frmMain::NetworkNode() const {
+  for (const PlaceNodes::Entry& entry : places_.Entries())
+    if (entry.place.kind == PlaceKind::kNetwork) return entry.node;
+  return kNoNode;
+}
+
+void frmMain::UseNetworkNamespace(NetworkSearch::NamespaceFactory makeNamespace) {
+  if (network_) network_->Stop();
+  network_ = std::make_unique<NetworkSearch>(networkQueue_, *static_cast<NetworkSearchSink*>(this),
+                                             std::move(makeNamespace));
+}
+
+void frmMain::StartNetworkSearch() {
+  if (!network_) UseNetworkNamespace({});
+  network_->Stop();
+  if (networkSearched_) {
+    // Found again from scratch: a computer may have gone, a share been added.
+    ResetNetworkEntry(selection_, places_, NetworkNode());
+    networkFolders_.clear();
+  }
+  networkSearched_ = true;
+  network_->Start();
+}
+
+void frmMain::ComputerFound(const std::shared_ptr<const STServer>& server) {
+  if (AddComputerToTree(selection_, places_, NetworkNode(), *server) == kNoNode) return;
+  for (const std::u16string& path : server->sharePaths) networkFolders_.push_back(WithTrailingSeparator(path));
+}
+
+void frmMain::SearchEnded(std::size_t computers, bool) {
+  if (computers == 0) MarkNoComputersFound(selection_, places_);
+}
+
+bool frmMain::OnNetwork(const std::u16string& folder) const {
+  for (const std::u16string& share : networkFolders_)
+    if (PathStartsWith(folder, share)) return true;
+  for (const PlaceNodes::Entry& entry : places_.Entries())
+    if (entry.place.driveType == kDriveRemote && PathStartsWith(folder, entry.place.path)) return true;
+  return false;
+}
+
+void frmMain::ExpandTreeFolder(NodeId node) {
+  const std::u16string folder = selection_.Tree().PathOf(node);
+  if (!OnNetwork(folder)) {
+    QApplication::setOverrideCursor(Qt::BusyCursor);
+    ExpandFolderNode(selection_, node);
+    QApplication::restoreOverrideCursor();
+    return;
+  }
+  std::u16string failure;
+  std::optional<std::vector<std::u16string>> paths = ReadSubFoldersOnWorker(folder, *this, failure);
+  if (!failure.empty()) ShowPrompt(failure, kMessageTitle, kPromptOk | kPromptIconWarning);
+  // Cancelled, or left behind on a server that stopped answering: the folder stays
+  // unread and offers to expand again.
+  if (paths) AddSubFolders(selection_, node, std::move(*paths));
+}
+
+// ---------------------------------------------------------------------------------
 // Closing
 
 void frmMain::SaveLayout() {
@@ -884,6 +964,8 @@ void frmMain::SaveLayout() {
 
 void frmMain::closeEvent(QCloseEvent* event) {
   reader_.Stop();
+  // The search must not add computers to a tree whose profile is being saved.
+  if (network_) network_->Stop();
   SaveLayout();
   profiles_->SaveProfile();
   QWidget::closeEvent(event);

@@ -25,6 +25,7 @@
 #include "decode/decoder.h"
 #include "filters/filter_state.h"
 #include "selection/conversion.h"
+#include "selection/network_shares.h"
 #include "selection/places.h"
 #include "selection/profiles.h"
 #include "selection/selection_model.h"
@@ -59,7 +60,11 @@ inline constexpr std::u16string_view kNotMaxValue = u"qRV-FileSelector-NotMax";
 inline constexpr std::u16string_view kDividerValue = u"qRV-FileSelector-Devider";
 inline constexpr std::u16string_view kScreenReaderValue = u"ScreenReaderMode";
 
-class frmMain : public QWidget, private SelectionView, private ConversionHost, private ProfileWindow {
+class frmMain : public QWidget,
+                private SelectionView,
+                private ConversionHost,
+                private ProfileWindow,
+                private NetworkSearchSink {
  public:
   explicit frmMain(SingleInstance& instance, QWidget* parent = nullptr);
   ~frmMain() override;
@@ -96,6 +101,15 @@ class frmMain : public QWidget, private SelectionView, private ConversionHost, p
   void DisplayChanged();
   // Dropped folders and files, as a drop of them on the window.
   void DropPaths(const QStringList& paths);
+
+  // The network search: started by the first expansion of "Network" and again by
+  // Refresh. Tests give it a namespace of their own before it starts.
+  void UseNetworkNamespace(NetworkSearch::NamespaceFactory makeNamespace);
+  void StartNetworkSearch();
+  bool NetworkSearchRunning() const { return network_ && network_->Running(); }
+  // The tree's "Network" node.
+  NodeId NetworkNode() const;
+  const PlaceNodes& Places() const { return places_; }
 
   // Dialog units of the window's font, as the layout measures them.
   int DluX(int units) const;
@@ -143,6 +157,14 @@ class frmMain : public QWidget, private SelectionView, private ConversionHost, p
   // ProfileWindow
   std::optional<std::u16string> RunNewProfileDialog() override;
   void ProfileListChanged() override;
+
+  // NetworkSearchSink
+  void ComputerFound(const std::shared_ptr<const STServer>& server) override;
+  void SearchEnded(std::size_t computers, bool opened) override;
+  // Whether reading `folder` may hang on a server: it lies on a share or a network
+  // drive. Such folders are read on a worker.
+  bool OnNetwork(const std::u16string& folder) const;
+  void ExpandTreeFolder(NodeId node);
 
   void BuildControls();
   void BuildPlaces();
@@ -193,6 +215,21 @@ class frmMain : public QWidget, private SelectionView, private ConversionHost, p
   QLabel* statusLabel_ = nullptr;
   QSocketNotifier* drivesNotifier_ = nullptr;
   std::unique_ptr<DriveChangeWatcher> drivesWatcher_;
+
+  // Brings the network search's results to this thread, through the event loop.
+  class QueuedWaker : public MainThreadWaker {
+   public:
+    explicit QueuedWaker(frmMain& window) : window_(window) {}
+    void Wake() override;
+
+   private:
+    frmMain& window_;
+  };
+  QueuedWaker networkWaker_{*this};
+  XMainThreadSync networkQueue_{networkWaker_};
+  std::unique_ptr<NetworkSearch> network_;
+  bool networkSearched_ = false;
+  std::vector<std::u16string> networkFolders_;  // the paths of the shares found
 
   QTimer tick_;
   QString title_;

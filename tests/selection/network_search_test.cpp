@@ -161,6 +161,27 @@ TEST_F(NetworkSearchTest, StopFinishesTheComputerBeingReadThenNothingMoreArrives
   EXPECT_EQ(script->reads.load(), 2u);
 }
 
+// The system's own namespace (the shell's network folder under Windows, the mount
+// table on Linux): whatever this machine offers, the search ends and every share
+// has its name and a folder path.
+TEST_F(NetworkSearchTest, TheSystemSearchEndsWithWellFormedComputers) {
+  struct Recorder : NetworkSearchSink {
+    void ComputerFound(const std::shared_ptr<const STServer>& server) override { servers.push_back(server); }
+    void SearchEnded(std::size_t, bool) override { done = true; }
+    std::vector<std::shared_ptr<const STServer>> servers;
+    bool done = false;
+  } recorder;
+  NetworkSearch search(queue, recorder);
+  search.Start();
+  RunUntil([&] { return recorder.done; });
+  ASSERT_TRUE(recorder.done);
+  for (const auto& server : recorder.servers) {
+    EXPECT_FALSE(server->name.empty());
+    ASSERT_EQ(server->sharePaths.size(), server->shareNames.size());
+    for (const std::u16string& path : server->sharePaths) EXPECT_EQ(path.back(), kPathSeparator);
+  }
+}
+
 class NetworkTreeTest : public testing::Test {
  protected:
   NetworkTreeTest() {

@@ -44,6 +44,12 @@ TEST(Path, SamePathFoldsCaseOnlyWhereTheFileSystemDoes) {
   EXPECT_FALSE(SamePath(u"\u00C9t\u00E9", u"\u00E9t\u00E9"));
   // No normalisation: two spellings of one folder are two paths.
   EXPECT_FALSE(SamePath(Native(u"/a/./b/"), Native(u"/a/b/")));
+  // With a length only the prefix counts, but a string that ends inside it only
+  // matches one ending there too.
+  EXPECT_TRUE(SamePath(u"abcdef", u"abcxyz", 3));
+  EXPECT_FALSE(SamePath(u"abcdef", u"abcxyz", 4));
+  EXPECT_FALSE(SamePath(u"ab", u"abc", 3));
+  EXPECT_TRUE(SamePath(u"ab", u"ab", 3));
 }
 
 TEST(Path, PrefixCoversTheFolderAndWhatLiesBelow) {
@@ -54,14 +60,6 @@ TEST(Path, PrefixCoversTheFolderAndWhatLiesBelow) {
                      {u"/a", u"/a/", false},   {u"/a/b", u"", false},  {u"/A/b", u"/a/", kPathsFoldCase}};
   for (const auto& c : cases)
     EXPECT_EQ(PathStartsWith(Native(c.path), Native(c.prefix)), c.expected) << Utf16ToUtf8(c.path + u" " + c.prefix);
-}
-
-TEST(Path, SamePathWithLengthComparesOnlyThePrefix) {
-  EXPECT_TRUE(SamePath(u"abcdef", u"abcxyz", 3));
-  EXPECT_FALSE(SamePath(u"abcdef", u"abcxyz", 4));
-  // A string that ends inside the compared length only matches one ending there too.
-  EXPECT_FALSE(SamePath(u"ab", u"abc", 3));
-  EXPECT_TRUE(SamePath(u"ab", u"ab", 3));
 }
 
 TEST(Path, LongPathPrefixGoesOnlyBeforeLongLocalPaths) {
@@ -116,28 +114,26 @@ TEST(Path, ValidFileNameCutsEveryComponentTo255Characters) {
   EXPECT_EQ(MakeValidFileName(longName).size(), 255u);
 }
 
-TEST(Path, ValidFileNameKeepsTheRootOfAPath) {
-  if constexpr (kIsWindows) {
-    EXPECT_EQ(MakeValidFileName(u"C:\\Users\\a:b\\", true), u"C:\\Users\\a;b");
-    EXPECT_EQ(MakeValidFileName(u"\\\\srv\\share\\x?", true), u"\\\\srv\\share\\x\u00BF");
-    EXPECT_EQ(MakeValidFileName(u"C:\\", true), u"C:\\");
-  } else {
-    EXPECT_EQ(MakeValidFileName(u"/home/u/a:b/", true), u"/home/u/a;b");
-    EXPECT_EQ(MakeValidFileName(u"/", true), u"/");
-    EXPECT_EQ(MakeValidFileName(u"/", false), u"-");
+// Roots look different on each platform; each row gives both spellings.
+TEST(Path, RootsAreRecognisedAndKeptByValidFileName) {
+  struct {
+    std::u16string posix, windows;
+    bool isRoot;
+    std::u16string posixValid, windowsValid;  // MakeValidFileName keeping separators
+  } const cases[] = {
+      {u"/", u"C:\\", true, u"/", u"C:\\"},
+      {u"/", u"\\\\srv\\share\\", true, u"/", u"\\\\srv\\share"},
+      {u"/home/u/a:b/", u"C:\\Users\\a:b\\", false, u"/home/u/a;b", u"C:\\Users\\a;b"},
+      {u"/x?", u"\\\\srv\\share\\x?", false, u"/x\u00BF", u"\\\\srv\\share\\x\u00BF"},
+      {u"", u"", false, u"", u""},
+  };
+  for (const auto& c : cases) {
+    const std::u16string& path = kIsWindows ? c.windows : c.posix;
+    EXPECT_EQ(IsRootPath(path), c.isRoot) << Utf16ToUtf8(path);
+    EXPECT_EQ(MakeValidFileName(path, true), kIsWindows ? c.windowsValid : c.posixValid) << Utf16ToUtf8(path);
   }
-}
-
-TEST(Path, RootPathsAreRecognised) {
-  if constexpr (kIsWindows) {
-    EXPECT_TRUE(IsRootPath(u"C:\\"));
-    EXPECT_TRUE(IsRootPath(u"\\\\server\\share\\"));
-    EXPECT_FALSE(IsRootPath(u"C:\\Music\\"));
-  } else {
-    EXPECT_TRUE(IsRootPath(u"/"));
-    EXPECT_FALSE(IsRootPath(u"/music/"));
-  }
-  EXPECT_FALSE(IsRootPath(u""));
+  // Not keeping separators, the root is a name like any other.
+  EXPECT_EQ(MakeValidFileName(Native(u"/"), false), u"-");
 }
 
 }  // namespace

@@ -45,6 +45,11 @@ bool IsDesktopShareMount(const MountEntry& entry);
 // mount's path ending in "/". Nothing for a name of another form.
 std::optional<NetworkMount> NetworkMountOfDesktopFolder(std::u16string_view name, std::u16string_view root);
 
+// A share the desktop's network browser offered by `uri` that is not mounted yet;
+// `path` is where it will appear once mounted. PrepareShareFolder mounts it on
+// its first read.
+void RememberUnmountedShare(const std::u16string& path, const std::string& uri);
+
 // One computer per server (names compared without ASCII case), in the order first
 // met; its shares in the order met, each path once.
 std::vector<STServer> GroupByServer(const std::vector<NetworkMount>& mounts);

@@ -220,10 +220,7 @@ bool clFindNetShares::NextComputer(STServer& server) {
       if (path.empty()) continue;  // a share no folder path can ever reach
       path = WithTrailingSeparator(path);
       if (std::find(impl_->knownPaths.begin(), impl_->knownPaths.end(), path) != impl_->knownPaths.end()) continue;
-      if (!mounted) {
-        std::lock_guard lock(UnmountedSharesMutex());
-        UnmountedShares()[path] = shareUri;
-      }
+      if (!mounted) RememberUnmountedShare(path, shareUri);
       impl_->knownPaths.push_back(path);
       server.sharePaths.push_back(path);
       server.shareNames.push_back(Utf8ToUtf16(shareName));
@@ -233,6 +230,11 @@ bool clFindNetShares::NextComputer(STServer& server) {
     if (!server.sharePaths.empty()) return true;
   }
   return false;
+}
+
+void RememberUnmountedShare(const std::u16string& path, const std::string& uri) {
+  std::lock_guard lock(UnmountedSharesMutex());
+  UnmountedShares()[WithTrailingSeparator(path)] = uri;
 }
 
 bool PrepareShareFolder(const std::u16string& path, std::u16string& message) {

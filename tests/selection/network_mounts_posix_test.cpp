@@ -3,6 +3,7 @@
 
 #include "base/text.h"
 #include "selection/network_mounts_posix.h"
+#include "support/test_env.h"
 
 namespace tessaroven {
 namespace {
@@ -107,6 +108,21 @@ TEST(NetworkMountOf, VeryLongEscapedMountPointsComeThroughWhole) {
   ASSERT_TRUE(mount);
   EXPECT_EQ(mount->path, Utf8ToUtf16("/mnt/" + folder + " end/"));
   EXPECT_EQ(mount->share, Utf8ToUtf16(folder));
+}
+
+// A share offered by the desktop's browser is mounted on its first read; one that
+// cannot be (no such server, or no mount tool at all) says so, naming the share.
+TEST(PrepareShareFolder, AShareThatCannotBeMountedGivesAMessageNamingIt) {
+  test::TempDir temp;
+  const std::u16string path = temp / u"smb-share:server=nowhere.invalid,share=music/";
+  RememberUnmountedShare(path, "smb://nowhere.invalid/music");
+  std::u16string message;
+  EXPECT_FALSE(PrepareShareFolder(path, message));
+  EXPECT_NE(message.find(u"smb://nowhere.invalid/music"), std::u16string::npos) << Utf16ToUtf8(message);
+  // Any other folder needs nothing.
+  message.clear();
+  EXPECT_TRUE(PrepareShareFolder(temp.Path(), message));
+  EXPECT_TRUE(message.empty());
 }
 
 }  // namespace

@@ -10,53 +10,34 @@
 namespace tessaroven {
 namespace {
 
-struct EscapeCase {
-  const char* name;
-  std::string field;
-  std::string decoded;
-};
+TEST(MountTable, EscapesDecodeOnlyThreeDigitOctal) {
+  EXPECT_EQ(DecodeMountEscapes("/media/anna/My\\040Music"), "/media/anna/My Music");
+  EXPECT_EQ(DecodeMountEscapes("C\\134D"), "C\\D");
+  EXPECT_EQ(DecodeMountEscapes("Caf\\351"), "Caf\xE9");
+  EXPECT_EQ(DecodeMountEscapes("a\\08b"), "a\\08b");  // not octal: stays literal
+  EXPECT_EQ(DecodeMountEscapes("a\\400"), "a\\400");  // above a byte: stays literal
+}
 
-class MountEscapes : public testing::TestWithParam<EscapeCase> {};
-
-TEST_P(MountEscapes, DecodeOnlyThreeDigitOctal) { EXPECT_EQ(DecodeMountEscapes(GetParam().field), GetParam().decoded); }
-
-INSTANTIATE_TEST_SUITE_P(MountTable, MountEscapes,
-                         testing::Values(EscapeCase{"Space", "/media/anna/My\\040Music", "/media/anna/My Music"},
-                                         EscapeCase{"Backslash", "C\\134D", "C\\D"},
-                                         EscapeCase{"Latin1Byte", "Caf\\351", "Caf\xE9"},
-                                         EscapeCase{"NotOctalStaysLiteral", "a\\08b", "a\\08b"},
-                                         EscapeCase{"AboveAByteStaysLiteral", "a\\400", "a\\400"}),
-                         [](const auto& p) { return std::string(p.param.name); });
-
+// Any number of optional fields before the separator; malformed lines are skipped.
 TEST(MountTable, ParsesTheFieldsAroundAnyNumberOfOptionalOnes) {
   const std::vector<MountEntry> entries = ParseMountInfo(
       "36 35 98:0 /mnt1 /mnt/parent rw,noatime master:1 shared:7 - ext3 /dev/root rw,errors=continue\n"
-      "27 1 254:3 / / rw,relatime - ext4 /dev/vda rw\n"
-      "90 27 0:51 / /media/anna/My\\040Music rw - vfat /dev/sdb1 rw\n");
-  ASSERT_EQ(entries.size(), 3u);
+      "\n"
+      "garbage\n"
+      "x 1 8:1 / /a rw - ext4 /dev/sda1 rw\n"                           // id not a number
+      "5 1 8-1 / /b rw - ext4 /dev/sda1 rw\n"                           // no major:minor
+      "6 1 8:1 / /c rw shared:1 ext4 /dev/sda1 rw\n"                    // no separator
+      "7 1 8:1 / /d rw - ext4\n"                                        // file system fields cut short
+      "90 27 0:51 / /media/anna/My\\040Music rw - vfat /dev/sdb1 rw");  // last line without newline
+  ASSERT_EQ(entries.size(), 2u);
   EXPECT_EQ(entries[0].major, 98u);
   EXPECT_EQ(entries[0].minor, 0u);
   EXPECT_EQ(entries[0].root, u"/mnt1");
   EXPECT_EQ(entries[0].mountPoint, u"/mnt/parent");
   EXPECT_EQ(entries[0].fsType, "ext3");
   EXPECT_EQ(entries[0].source, "/dev/root");
-  EXPECT_EQ(entries[1].minor, 3u);
-  EXPECT_EQ(entries[1].mountPoint, u"/");
-  EXPECT_EQ(entries[2].mountPoint, u"/media/anna/My Music");
-  EXPECT_EQ(entries[2].source, "/dev/sdb1");
-}
-
-TEST(MountTable, SkipsMalformedLinesAndKeepsTheRest) {
-  const std::vector<MountEntry> entries = ParseMountInfo(
-      "\n"
-      "garbage\n"
-      "x 1 8:1 / /a rw - ext4 /dev/sda1 rw\n"         // id not a number
-      "5 1 8-1 / /b rw - ext4 /dev/sda1 rw\n"         // no major:minor
-      "6 1 8:1 / /c rw shared:1 ext4 /dev/sda1 rw\n"  // no separator
-      "7 1 8:1 / /d rw - ext4\n"                      // file system fields cut short
-      "8 1 8:1 / /e rw - ext4 /dev/sda1 rw");         // last line without newline
-  ASSERT_EQ(entries.size(), 1u);
-  EXPECT_EQ(entries[0].mountPoint, u"/e");
+  EXPECT_EQ(entries[1].minor, 51u);
+  EXPECT_EQ(entries[1].mountPoint, u"/media/anna/My Music");
 }
 
 // A context with one removable disk (8:16 and its partitions 8:17, 8:18) and user
@@ -80,6 +61,12 @@ TEST_P(MountClassification, GivesTheDriveTypeAUserWouldExpect) {
   const std::vector<MountEntry> entries = ParseMountInfo(GetParam().line);
   ASSERT_EQ(entries.size(), 1u);
   EXPECT_EQ(ClassifyMount(entries[0], TestContext()), GetParam().type);
+  // Without a runtime folder no desktop share is trusted.
+  MountContext noRuntime = TestContext();
+  noRuntime.userRuntimeFolder.clear();
+  if (GetParam().type == kDriveRemote && entries[0].fsType.starts_with("fuse.")) {
+    EXPECT_EQ(ClassifyMount(entries[0], noRuntime), kDriveUnknown);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -128,6 +115,7 @@ TEST(MountTable, DrivesAreSortedListedOnceAndLabelledWithTypeAndPlace) {
       "40 27 0:46 / /mnt/nas rw - autofs systemd-1 rw\n"
       "41 40 0:47 / /mnt/nas rw - nfs4 nas:/music rw\n"  // the automounter's mount reached
       "50 27 8:33 / /media/anna/My\\040Music rw - vfat /dev/sdc1 rw\n"
+      "56 27 8:34 / /media/Caf\\351 rw - vfat /dev/sdc2 rw\n"  // a mount point that is not UTF-8
       "51 27 0:52 / /Mnt2 rw - tmpfs tmpfs rw\n"
       "52 27 8:1 / /data rw - ext4 /dev/sda1 rw\n"
       "53 52 0:53 / /data rw - tmpfs tmpfs rw\n"  // mounted over: the one on top counts
@@ -142,27 +130,13 @@ TEST(MountTable, DrivesAreSortedListedOnceAndLabelledWithTypeAndPlace) {
       {u"/", kDriveFixed, u"Hard Disk (/)"},
       {u"/data/", kDriveFixed, u"Hard Disk (/data)"},
       {u"/media/anna/My Music/", kDriveRemovable, u"Removable Disk (/media/anna/My Music)"},
+      {u"/media/Caf\xDCE9/", kDriveRemovable, u"Removable Disk (/media/Caf\xDCE9)"},
       {u"/mnt/nas/", kDriveRemote, u"Network Drive (/mnt/nas)"},
       // The fold puts "/Mnt2" after "/mnt/nas" ("2" follows "/"), not before every
       // lower-case path as a byte order would.
       {u"/Mnt2/", kDriveRamDisk, u"RAM Disk (/Mnt2)"},
   };
   EXPECT_EQ(got, expected);
-}
-
-TEST(MountTable, AMountPointThatIsNotUtf8SurvivesIntoThePath) {
-  const std::vector<Place> drives =
-      DrivesFromMounts(ParseMountInfo("50 27 8:33 / /media/Caf\\351 rw - vfat /dev/sdc1 rw\n"), TestContext());
-  ASSERT_EQ(drives.size(), 1u);
-  EXPECT_EQ(drives[0].path, u"/media/Caf\xDCE9/");
-}
-
-TEST(MountTable, WithoutARuntimeFolderNoDesktopShareIsTrusted) {
-  MountContext context = TestContext();
-  context.userRuntimeFolder.clear();
-  const std::vector<MountEntry> entries =
-      ParseMountInfo("85 60 0:75 / /run/user/1000/gvfs rw - fuse.gvfsd-fuse gvfsd-fuse rw\n");
-  EXPECT_EQ(ClassifyMount(entries[0], context), kDriveUnknown);
 }
 
 }  // namespace

@@ -227,11 +227,13 @@ TEST_F(SelectionModelTest, LoadedSubFoldersFollowAChosenFolderAndItsExclusions) 
 
 TEST_F(SelectionModelTest, ListsReplacedAsAWholeAreShownOnEveryLoadedNode) {
   auto& l = model.Lists();
-  l.lstFoldersNoSub = N({u"/m/ab/"});
+  l.lstFoldersNoSub = N({u"/m/ab/", u"/m/a/deep/more/"});
   l.lstSingleFiles = N({u"/m/a/deep/x.flac"});
   l.lstFoldersAndSub = N({u"/home/u/Music/"});
   model.InitialStatesForLoadedNodes();
   EXPECT_EQ(States({drive, m, a, deep, ab, shortcut}), "222354");
+  // A folder loaded later takes its own entry's state.
+  EXPECT_EQ(States({Expand(deep, {u"/m/a/deep/more/"})[0]}), "5");
 }
 
 struct InitialCase {

@@ -137,8 +137,8 @@ TEST(Startup, TwentyStartsInQuickSuccessionDeliverEveryPathInTheOrderTheyGotTheC
   std::vector<std::unique_ptr<ChildProcess>> starts;
   for (int i = 0; i < kStarts; ++i) {
     starts.push_back(std::make_unique<ChildProcess>(
-        "start", std::vector<std::string>{Utf16ToUtf8(dir.Path()), std::to_string(i),
-                                          Hex(CommandLine(u" " + AwkwardPath(i)))}));
+        "start",
+        std::vector<std::string>{Utf16ToUtf8(dir.Path()), std::to_string(i), Hex(CommandLine(u" " + AwkwardPath(i)))}));
   }
   for (auto& start : starts) EXPECT_EQ(start->Wait(), kHandedOff);
 

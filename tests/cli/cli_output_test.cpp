@@ -10,8 +10,12 @@ TEST(CliOutput, JsonStringsAreValidLiteralsAndLinesKeepOneFileEach) {
       {u"Pink Floyd", "\"Pink Floyd\""},
       {u"a \"b\" \\c", "\"a \\\"b\\\" \\\\c\""},
       {u"a\r\nb\tc", "\"a\\r\\nb\\tc\""},
-      {std::u16string(u"a\x01" u"b"), "\"a\\u0001b\""},
-      {u"Gr\u00FC\u00DFe", "\"Gr\xC3\xBC\xC3\x9F" "e\""},
+      {std::u16string(u"a\x01"
+                      u"b"),
+       "\"a\\u0001b\""},
+      {u"Gr\u00FC\u00DFe",
+       "\"Gr\xC3\xBC\xC3\x9F"
+       "e\""},
       {u"\U0001F3B5", "\"\xF0\x9F\x8E\xB5\""},
       // A byte of a name that is not UTF-8, in the program's escape.
       {std::u16string(u"caf\xDCE9"), "\"caf\\udce9\""},

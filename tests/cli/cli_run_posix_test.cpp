@@ -48,7 +48,8 @@ class CliRunTest : public ::testing::Test {
     };
     std::string command = quoted(program);
     for (const std::string& arg : args) command += " " + quoted(arg);
-    const int status = std::system((command + " >" + quoted(root_ + "stdout") + " 2>" + quoted(root_ + "stderr")).c_str());
+    const int status =
+        std::system((command + " >" + quoted(root_ + "stdout") + " 2>" + quoted(root_ + "stderr")).c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(root_ + "stdout"), Slurp(root_ + "stderr")};
   }
 
@@ -266,7 +267,10 @@ INSTANTIATE_TEST_SUITE_P(
         ExitCase{"UnknownType", {"--exclude-type", ".xyz", "--list"}, 2, "no decoder reads .xyz"},
         ExitCase{"BadOption", {"--lst"}, 2, "unknown option"},
         ExitCase{"NoSuchProfile", {"--profile", "Nothing Like It", "--list"}, 2, "no profile named"},
-        ExitCase{"UnreadableProfile", {"--folder", "LIB", "--profile", "Broken", "--list"}, 2, "--profile Broken: cannot read"},
+        ExitCase{"UnreadableProfile",
+                 {"--folder", "LIB", "--profile", "Broken", "--list"},
+                 2,
+                 "--profile Broken: cannot read"},
         ExitCase{"UnknownColumn",
                  {"--folder", "LIB", "--list", "--columns", "Name,Bogus"},
                  2,

@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <memory>
 
-#include "crash/crash_handler.h"
 #include "base/text.h"
+#include "crash/crash_handler.h"
 #include "crash/crash_handler_internal.h"
 #include "minidump_reader.h"
 

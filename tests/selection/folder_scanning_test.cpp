@@ -189,7 +189,7 @@ TEST_F(ScanTest, TheProgressTextMovesEveryFiftyFiles) {
   EXPECT_EQ(progress_.Text(), u"Disc 2: 50 added");
 
   cancel_.Set();  // a cancelled collection stops at once
-  lists.lstFoldersNoSub = {At(u"p/")};
+  lists.lstFoldersAndSub = {At(u"p/")};
   EXPECT_TRUE(Collect(lists).empty());
 }
 

@@ -14,7 +14,7 @@ void SuppressCoreFile() {}  // Windows writes no core files
 // Wine's dbghelp issues only the module and thread callbacks, never the memory
 // callback, so the extra blocks appear only in dumps that Windows itself writes.
 // (The order of the blocks is checked on every platform through DumpBlockCursor.)
-void ExpectPlatformDump(const std::string&, const char*, bool, const std::string&, const std::u16string&,
+void ExpectPlatformDump(const std::string&, const char*, const std::string&, const std::u16string&,
                         const test::MinidumpReader& dump) {
   const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
   if (ntdll && GetProcAddress(ntdll, "wine_get_version") != nullptr) return;

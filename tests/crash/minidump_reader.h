@@ -135,12 +135,6 @@ class MinidumpReader {
     return ranges;
   }
 
-  const Module* ModuleAt(const std::vector<Module>& modules, std::uint64_t address) const {
-    for (const auto& m : modules)
-      if (address >= m.base && address < m.base + m.size) return &m;
-    return nullptr;
-  }
-
  private:
   std::uint64_t Read(std::uint64_t at, int width) const {
     if (at + static_cast<std::uint64_t>(width) > bytes_.size()) return 0;

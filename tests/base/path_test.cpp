@@ -122,7 +122,7 @@ TEST(Path, RootsAreRecognisedAndKeptByValidFileName) {
     std::u16string posixValid, windowsValid;  // MakeValidFileName keeping separators
   } const cases[] = {
       {u"/", u"C:\\", true, u"/", u"C:\\"},
-      {u"/", u"\\\\srv\\share\\", true, u"/", u"\\\\srv\\share"},
+      {u"/", u"\\\\srv\\share\\", true, u"/", u"\\\\srv\\share\\"},
       {u"/home/u/a:b/", u"C:\\Users\\a:b\\", false, u"/home/u/a;b", u"C:\\Users\\a;b"},
       {u"/x?", u"\\\\srv\\share\\x?", false, u"/x\u00BF", u"\\\\srv\\share\\x\u00BF"},
       {u"", u"", false, u"", u""},

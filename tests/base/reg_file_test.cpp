@@ -10,24 +10,17 @@ namespace {
 
 constexpr std::u16string_view kKey = u"HKEY_CURRENT_USER\\Software\\T";
 
-std::vector<std::uint8_t> Utf16Bytes(std::u16string_view text, bool withNul = true) {
-  return Utf16LeBytes(text, withNul);
-}
-
-RegValue Sz(std::u16string_view text) { return RegValue{kRegSz, Utf16Bytes(text)}; }
+RegValue Sz(std::u16string_view text) { return RegValue{kRegSz, Utf16LeBytes(text, true)}; }
 RegValue Dword(std::uint32_t v) {
   return RegValue{kRegDword,
                   {static_cast<std::uint8_t>(v), static_cast<std::uint8_t>(v >> 8), static_cast<std::uint8_t>(v >> 16),
                    static_cast<std::uint8_t>(v >> 24)}};
 }
 
+// What regedit writes: UTF-16LE after its byte-order mark.
 std::string Utf16LeFile(std::u16string_view text) {
-  std::string bytes = "\xFF\xFE";
-  for (char16_t c : text) {
-    bytes.push_back(static_cast<char>(c & 0xFF));
-    bytes.push_back(static_cast<char>(c >> 8));
-  }
-  return bytes;
+  const std::vector<std::uint8_t> bytes = Utf16LeBytes(text, false);
+  return "\xFF\xFE" + std::string(bytes.begin(), bytes.end());
 }
 
 // ---- Reading: what a file says, value by value -------------------------------------
@@ -191,7 +184,7 @@ TEST(RegFile, WritesEachValueAsItsLineAndReadsBackTheSameBytes) {
       FormatCase{"DefaultValue", u"", Sz(u"d"), u"@=\"d\""},
       FormatCase{"CrJoinedListAsHex", u"l", Sz(u"a\rb"), u"\"l\"=hex(1):61,00,0d,00,62,00,00,00"},
       FormatCase{"LineFeedAsHex", u"l", Sz(u"\n"), u"\"l\"=hex(1):0a,00,00,00"},
-      FormatCase{"MissingTerminatorAsHex", u"t", RegValue{kRegSz, Utf16Bytes(u"ab", false)},
+      FormatCase{"MissingTerminatorAsHex", u"t", RegValue{kRegSz, Utf16LeBytes(u"ab", false)},
                  u"\"t\"=hex(1):61,00,62,00"},
       FormatCase{"OddByteCountAsHex", u"o", RegValue{kRegSz, {0x61, 0, 0}}, u"\"o\"=hex(1):61,00,00"},
       FormatCase{"EmbeddedNulAsHex", u"n", RegValue{kRegSz, {0x61, 0, 0, 0, 0x62, 0, 0, 0}},
@@ -201,7 +194,7 @@ TEST(RegFile, WritesEachValueAsItsLineAndReadsBackTheSameBytes) {
       FormatCase{"Dword", u"d", Dword(0x2A), u"\"d\"=dword:0000002a"},
       FormatCase{"DwordOfWrongSizeAsHex", u"d", RegValue{kRegDword, {1, 2}}, u"\"d\"=hex(4):01,02"},
       FormatCase{"Binary", u"b", RegValue{kRegBinary, {0, 0x7F, 0xFF}}, u"\"b\"=hex:00,7f,ff"},
-      FormatCase{"ExpandSz", u"x", RegValue{kRegExpandSz, Utf16Bytes(u"%A%")}, u"\"x\"=hex(2):25,00,41,00,25,00,00,00"},
+      FormatCase{"ExpandSz", u"x", RegValue{kRegExpandSz, Utf16LeBytes(u"%A%", true)}, u"\"x\"=hex(2):25,00,41,00,25,00,00,00"},
       FormatCase{"QwordType", u"q", RegValue{11, {1, 0, 0, 0, 0, 0, 0, 0}}, u"\"q\"=hex(b):01,00,00,00,00,00,00,00"},
       FormatCase{"LongBinaryWraps", u"long", RegValue{kRegBinary, Counting(40)},
                  u"\"long\"=hex:00,01,02,03,04,05,06,07,08,09,0a,0b,0c,0d,0e,0f,10,11,12,13,14,15,\\\n"

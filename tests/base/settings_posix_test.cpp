@@ -43,6 +43,12 @@ constexpr char kHeader[] = "Windows Registry Editor Version 5.00\n\n";
 
 std::string Utf8(const std::u16string& s) { return Utf16ToUtf8(s); }
 
+// The program's own key, current user: what every test here reads and writes.
+std::uint32_t Get(std::u16string_view name) { return SettingsGetDword(name, SettingsRoot::CurrentUser, kKey); }
+bool Put(std::uint32_t value, std::u16string_view name) {
+  return SettingsSetDword(value, name, SettingsRoot::CurrentUser, kKey);
+}
+
 // Points XDG_CONFIG_HOME at a fresh folder for the test.
 class SettingsFileTest : public testing::Test {
  protected:
@@ -80,13 +86,13 @@ class SettingsFileTest : public testing::Test {
 
 TEST_F(SettingsFileTest, WritesTheRegistryExportFormat) {
   const std::uint8_t blob[] = {0x01, 0x02, 0xFF};
-  ASSERT_TRUE(SettingsSetDword(42, u"Width", SettingsRoot::CurrentUser, kKey));
+  ASSERT_TRUE(Put(42, u"Width"));
   ASSERT_TRUE(SettingsSetString(u"Name\rSize", u"Cols", SettingsRoot::CurrentUser, kKey));
   ASSERT_TRUE(SettingsSetString(u"C:\\x \"q\" \u00E9", u"Path", SettingsRoot::CurrentUser, kKey));
   ASSERT_TRUE(SettingsSetValue(blob, sizeof blob, kRegBinary, u"Blob", SettingsRoot::CurrentUser, kKey));
   ASSERT_TRUE(SettingsSetDword(1, u"UnitsFreq", SettingsRoot::CurrentUser,
                                std::u16string_view(u"Software\\Orvandelle\\Tessaroven\\Ref")));
-  ASSERT_TRUE(SettingsSetDword(43, u"width", SettingsRoot::CurrentUser, kKey));
+  ASSERT_TRUE(Put(43, u"width"));
   ASSERT_TRUE(SettingsSetString(u"x", u"Default", SettingsRoot::LocalMachine, kKey));
   EXPECT_EQ(Text(), std::string(kHeader) +
                         "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n"
@@ -103,75 +109,61 @@ TEST_F(SettingsFileTest, WritesTheRegistryExportFormat) {
   EXPECT_EQ(SettingsGetString(u"Default", SettingsRoot::LocalMachine, kKey), u"x");
 }
 
-TEST_F(SettingsFileTest, FolderIsMadeWithParentsForTheUserOnly) {
+// $XDG_CONFIG_HOME/tessaroven, made with its parents for the user only; a relative
+// XDG_CONFIG_HOME is ignored by the XDG rules, and ~/.config serves instead.
+TEST_F(SettingsFileTest, TheFileIsPrivateToTheUserInTheConfigFolder) {
   const std::u16string config = dir_ / u"a/b";
   setenv("XDG_CONFIG_HOME", Utf8(config).c_str(), 1);
-  ASSERT_TRUE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, kKey));
+  ASSERT_TRUE(Put(1, u"V"));
   struct stat st {};
   ASSERT_EQ(stat(Utf8(config + u"/tessaroven").c_str(), &st), 0);
   EXPECT_EQ(st.st_mode & 0777, 0700u);
   ASSERT_EQ(stat(Utf8(config + u"/tessaroven/user.reg").c_str(), &st), 0);
   EXPECT_EQ(st.st_mode & 0777, 0600u);
   EXPECT_EQ(SettingsStoreLocation(), config + u"/tessaroven/user.reg");
-}
 
-TEST_F(SettingsFileTest, WithoutXdgConfigHomeTheFileIsInHomeConfig) {
   const test::ScopedEnv home("HOME", dir_ / u"home");
   setenv("XDG_CONFIG_HOME", "relative/is/ignored", 1);
-  const bool written = SettingsSetDword(5, u"V", SettingsRoot::CurrentUser, kKey);
-  const bool found = test::FileExists(dir_ / u"home/.config/tessaroven/user.reg");
-  const std::u16string location = SettingsStoreLocation();
+  EXPECT_TRUE(Put(5, u"V"));
+  EXPECT_TRUE(test::FileExists(dir_ / u"home/.config/tessaroven/user.reg"));
+  EXPECT_EQ(SettingsStoreLocation(), dir_ / u"home/.config/tessaroven/user.reg");
   unsetenv("XDG_CONFIG_HOME");
-  const std::uint32_t read = SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey);
-  EXPECT_TRUE(written);
-  EXPECT_TRUE(found);
-  EXPECT_EQ(location, dir_ / u"home/.config/tessaroven/user.reg");
-  EXPECT_EQ(read, 5u);
-}
-
-TEST_F(SettingsFileTest, EmptyKeyPathTouchesNoFile) {
-  EXPECT_FALSE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, std::u16string_view()));
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, std::u16string_view()), 0u);
-  EXPECT_FALSE(test::FileExists(Folder()));
+  EXPECT_EQ(Get(u"V"), 5u);
 }
 
 // ---- Writing only what changed --------------------------------------------------------
 
-TEST_F(SettingsFileTest, ReadingAMissingKeyCreatesItOnce) {
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 0u);
+// Some values are written again on every use (the decoder cache on every change of
+// extension), and every read of a new key creates it: only a real change may
+// rewrite the file.
+TEST_F(SettingsFileTest, OnlyARealChangeRewritesTheFile) {
+  EXPECT_EQ(Get(u"V"), 0u);
   EXPECT_EQ(Text(), std::string(kHeader) + "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n\n");
   const std::uint64_t generation = Generation();
-  const struct stat before = Stat();
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 0u);
-  EXPECT_EQ(SettingsGetString(u"Other", SettingsRoot::CurrentUser, kKey), u"");
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser,
-                             std::u16string_view(u"software\\ORVANDELLE")),  // a parent exists already
-            0u);
-  EXPECT_EQ(Generation(), generation);
-  EXPECT_EQ(Stat().st_ino, before.st_ino);
-}
+  EXPECT_EQ(Get(u"V"), 0u);
+  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, std::u16string_view(u"software\\ORVANDELLE")), 0u);
+  EXPECT_EQ(Generation(), generation) << "reading a key that exists (or whose child does)";
 
-TEST_F(SettingsFileTest, StoringWhatIsThereDoesNotRewriteTheFile) {
-  ASSERT_TRUE(SettingsSetDword(5, u"Number", SettingsRoot::CurrentUser, kKey));
+  ASSERT_TRUE(Put(5, u"Number"));
   ASSERT_TRUE(SettingsSetString(u"C:\\dec.so", u".flac", SettingsRoot::CurrentUser, kKey));
-  const std::uint64_t generation = Generation();
-  const struct stat before = Stat();
-  EXPECT_TRUE(SettingsSetDword(5, u"Number", SettingsRoot::CurrentUser, kKey));
+  EXPECT_EQ(Generation(), generation + 2);
+  const struct stat written = Stat();
+  EXPECT_TRUE(Put(5, u"Number"));
   EXPECT_TRUE(SettingsSetString(u"C:\\dec.so", u".FLAC", SettingsRoot::CurrentUser, kKey));
   const struct stat after = Stat();
-  EXPECT_EQ(Generation(), generation);
-  EXPECT_EQ(after.st_ino, before.st_ino);
-  EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
-  EXPECT_EQ(after.st_ctim.tv_nsec, before.st_ctim.tv_nsec);
+  EXPECT_EQ(Generation(), generation + 2) << "storing what is there";
+  EXPECT_EQ(after.st_ino, written.st_ino);
+  EXPECT_EQ(after.st_mtim.tv_nsec, written.st_mtim.tv_nsec);
+  EXPECT_EQ(after.st_ctim.tv_nsec, written.st_ctim.tv_nsec);
 
-  ASSERT_TRUE(SettingsSetDword(6, u"Number", SettingsRoot::CurrentUser, kKey));
-  EXPECT_EQ(Generation(), generation + 1);
-  EXPECT_EQ(SettingsGetDword(u"Number", SettingsRoot::CurrentUser, kKey), 6u);
+  ASSERT_TRUE(Put(6, u"Number"));
+  EXPECT_EQ(Generation(), generation + 3);
+  EXPECT_EQ(Get(u"Number"), 6u);
 }
 
 TEST_F(SettingsFileTest, HandEditsAreNoticed) {
-  ASSERT_TRUE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, kKey));
-  ASSERT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 1u);
+  ASSERT_TRUE(Put(1, u"V"));
+  ASSERT_EQ(Get(u"V"), 1u);
   // Same size, same inode, written in place; only the time stamps tell.
   std::string text = Text();
   const std::size_t at = text.find("dword:00000001");
@@ -180,17 +172,17 @@ TEST_F(SettingsFileTest, HandEditsAreNoticed) {
   ASSERT_TRUE(test::WriteBytes(File(), text));
   const timespec later[2] = {{0, UTIME_OMIT}, {Stat().st_mtim.tv_sec + 2, 0}};
   ASSERT_EQ(utimensat(AT_FDCWD, Utf8(File()).c_str(), later, 0), 0);
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 2u);
+  EXPECT_EQ(Get(u"V"), 2u);
 
   // Replaced by another file, as editors save.
   text[at + 13] = '3';
   ASSERT_TRUE(test::WriteBytes(Folder() + u"edited", text));
   ASSERT_EQ(std::rename(Utf8(Folder() + u"edited").c_str(), Utf8(File()).c_str()), 0);
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 3u);
+  EXPECT_EQ(Get(u"V"), 3u);
 
   // Deleted.
   std::filesystem::remove(Utf8(File()));
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 0u);
+  EXPECT_EQ(Get(u"V"), 0u);
 }
 
 // The generation is read through a mapping of the lock file; a mapped page past the
@@ -198,17 +190,17 @@ TEST_F(SettingsFileTest, HandEditsAreNoticed) {
 TEST_F(SettingsFileTest, AnEmptyLockFileLeftBehindIsExtendedBeforeItIsMapped) {
   ASSERT_TRUE(std::filesystem::create_directories(Utf8(Folder())));
   ASSERT_TRUE(test::WriteBytes(Folder() + u"user.reg.lock", ""));
-  ASSERT_TRUE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, kKey));
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 1u);
+  ASSERT_TRUE(Put(1, u"V"));
+  EXPECT_EQ(Get(u"V"), 1u);
   EXPECT_GE(test::ReadBytes(Folder() + u"user.reg.lock").size(), 8u);
   EXPECT_EQ(Generation(), 1u);
 }
 
 TEST_F(SettingsFileTest, FolderRemovedWhileRunningIsMadeAgain) {
-  ASSERT_TRUE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, kKey));
+  ASSERT_TRUE(Put(1, u"V"));
   std::filesystem::remove_all(Utf8(Folder()));
-  EXPECT_TRUE(SettingsSetDword(2, u"V", SettingsRoot::CurrentUser, kKey));
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 2u);
+  EXPECT_TRUE(Put(2, u"V"));
+  EXPECT_EQ(Get(u"V"), 2u);
   EXPECT_TRUE(test::FileExists(Folder() + u"user.reg.lock"));
   EXPECT_NE(Text().find("\"V\"=dword:00000002"), std::string::npos);
 }
@@ -221,7 +213,7 @@ TEST_F(SettingsFileTest, FolderRemovedWhileRunningIsMadeAgain) {
 std::optional<std::uint32_t> ReadWithin(std::chrono::seconds limit, const std::string& pipe = {}) {
   auto result = std::make_shared<std::promise<std::uint32_t>>();
   std::future<std::uint32_t> future = result->get_future();
-  std::thread([result] { result->set_value(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey)); }).detach();
+  std::thread([result] { result->set_value(Get(u"V")); }).detach();
   if (future.wait_for(limit) == std::future_status::ready) return future.get();
   if (!pipe.empty()) {
     const int fd = open(pipe.c_str(), O_WRONLY | O_NONBLOCK);
@@ -237,7 +229,7 @@ TEST_F(SettingsFileTest, ANamedPipeAsTheFileIsRefusedAndTheDefaultsServe) {
   const std::optional<std::uint32_t> read = ReadWithin(std::chrono::seconds(20), Utf8(File()));
   ASSERT_TRUE(read.has_value()) << "the read waited on the pipe";
   EXPECT_EQ(*read, 0u);
-  EXPECT_FALSE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, kKey)) << "nothing is written over it";
+  EXPECT_FALSE(Put(1, u"V")) << "nothing is written over it";
   struct stat st {};
   ASSERT_EQ(lstat(Utf8(File()).c_str(), &st), 0);
   EXPECT_TRUE(S_ISFIFO(st.st_mode)) << "left alone";
@@ -246,8 +238,8 @@ TEST_F(SettingsFileTest, ANamedPipeAsTheFileIsRefusedAndTheDefaultsServe) {
 
   // Once the pipe makes room for a file, the store works again and says nothing.
   ASSERT_EQ(unlink(Utf8(File()).c_str()), 0);
-  EXPECT_TRUE(SettingsSetDword(3, u"V", SettingsRoot::CurrentUser, kKey));
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 3u);
+  EXPECT_TRUE(Put(3, u"V"));
+  EXPECT_EQ(Get(u"V"), 3u);
   EXPECT_EQ(SettingsStoreProblem(), u"");
 }
 
@@ -263,7 +255,7 @@ TEST_F(SettingsFileTest, LinksAsTheFileOrItsLockFileAreRefused) {
   const std::string before = test::ReadBytes(dir_ / u"elsewhere.reg");
   ASSERT_EQ(symlink(target.c_str(), Utf8(File()).c_str()), 0);
   EXPECT_EQ(ReadWithin(std::chrono::seconds(20)), std::optional<std::uint32_t>(0u));
-  EXPECT_FALSE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, kKey));
+  EXPECT_FALSE(Put(1, u"V"));
   EXPECT_NE(Utf8(SettingsStoreProblem()).find("is a symbolic link"), std::string::npos);
   ASSERT_EQ(unlink(Utf8(File()).c_str()), 0);
 
@@ -272,8 +264,8 @@ TEST_F(SettingsFileTest, LinksAsTheFileOrItsLockFileAreRefused) {
   ASSERT_EQ(symlink(target.c_str(), Utf8(lock).c_str()), 0);
   // A fresh folder for the store, so that the lock file is opened again.
   setenv("XDG_CONFIG_HOME", Utf8(dir_.Path()).c_str(), 1);
-  EXPECT_FALSE(SettingsSetDword(2, u"V", SettingsRoot::CurrentUser, kKey));
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, kKey), 0u);
+  EXPECT_FALSE(Put(2, u"V"));
+  EXPECT_EQ(Get(u"V"), 0u);
   EXPECT_EQ(test::ReadBytes(dir_ / u"elsewhere.reg"), before) << "nothing written through the links";
   EXPECT_NE(Utf8(SettingsStoreProblem()).find(Utf8(lock) + " is a symbolic link"), std::string::npos)
       << Utf8(SettingsStoreProblem());
@@ -337,13 +329,11 @@ TEST_F(SettingsFileTest, FilesWrittenByOthersKeepEveryLineAndLoseNoValue) {
         before += {static_cast<char>(ch & 0xFF), static_cast<char>(ch >> 8)};
     }
     ASSERT_TRUE(test::WriteBytes(File(), before));
-    for (const auto& [name, value] : c.values)
-      EXPECT_EQ(SettingsGetDword(name, SettingsRoot::CurrentUser, kKey), value) << Utf8(name);
-    ASSERT_TRUE(SettingsSetDword(7, u"New", SettingsRoot::CurrentUser, kKey));
+    for (const auto& [name, value] : c.values) EXPECT_EQ(Get(name), value) << Utf8(name);
+    ASSERT_TRUE(Put(7, u"New"));
     EXPECT_EQ(Text(), Without(c.file, true));
-    for (const auto& [name, value] : c.values)
-      EXPECT_EQ(SettingsGetDword(name, SettingsRoot::CurrentUser, kKey), value) << Utf8(name);
-    EXPECT_EQ(SettingsGetDword(u"New", SettingsRoot::CurrentUser, kKey), 7u);
+    for (const auto& [name, value] : c.values) EXPECT_EQ(Get(name), value) << Utf8(name);
+    EXPECT_EQ(Get(u"New"), 7u);
     EXPECT_TRUE(BadFiles().empty());
   }
 }
@@ -360,11 +350,11 @@ TEST_F(SettingsFileTest, UnreadableFilesAreKeptAsideBeforeANewFileIsWritten) {
     ASSERT_TRUE(test::WriteBytes(File(), bytes));
     // Values it might hold read as absent; the later files are written over unread.
     if (&bytes == unreadable) {
-      EXPECT_EQ(SettingsGetDword(u"A", SettingsRoot::CurrentUser, kKey), 0u);
+      EXPECT_EQ(Get(u"A"), 0u);
     }
-    ASSERT_TRUE(SettingsSetDword(1, u"A", SettingsRoot::CurrentUser, kKey));
+    ASSERT_TRUE(Put(1, u"A"));
     EXPECT_TRUE(RegFile::Parse(Text()).has_value());
-    EXPECT_EQ(SettingsGetDword(u"A", SettingsRoot::CurrentUser, kKey), 1u);
+    EXPECT_EQ(Get(u"A"), 1u);
   }
   std::vector<std::string> kept;
   for (const auto& name : BadFiles()) kept.push_back(test::ReadBytes(Folder() + Utf8ToUtf16(name)));
@@ -395,10 +385,10 @@ TESSAROVEN_TEST_CHILD(settings_writer) {
       threads.emplace_back([&, t] {
         for (int n = 0; n < kValuesPerThread; ++n) {
           const std::u16string name = WriterValueName(child, t, n);
-          if (!SettingsSetDword(WriterValue(child, t, n), name, SettingsRoot::CurrentUser, kKey)) ++failures;
+          if (!Put(WriterValue(child, t, n), name)) ++failures;
           // Reading one's own value back makes this side reload the file that the
           // other process keeps changing; the value must be there all the same.
-          if (SettingsGetDword(name, SettingsRoot::CurrentUser, kKey) != WriterValue(child, t, n)) ++failures;
+          if (Get(name) != WriterValue(child, t, n)) ++failures;
         }
       });
     }
@@ -416,21 +406,19 @@ TEST_F(SettingsFileTest, ProcessesAndThreadsWritingAtOnceLoseNothing) {
   for (int child = 0; child < 2; ++child) {
     for (int t = 0; t < kWriterThreads; ++t) {
       for (int n = 0; n < kValuesPerThread; ++n) {
-        const RegValue* value =
+        const std::uint32_t value = WriterValue(child, t, n);
+        const RegValue expected{kRegDword,
+                                {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8),
+                                 static_cast<std::uint8_t>(value >> 16), 0}};
+        const RegValue* found =
             file->Find(u"HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven", WriterValueName(child, t, n));
-        const std::uint32_t expected = WriterValue(child, t, n);
-        if (value == nullptr || value->type != kRegDword ||
-            value->data != std::vector<std::uint8_t>{static_cast<std::uint8_t>(expected),
-                                                     static_cast<std::uint8_t>(expected >> 8),
-                                                     static_cast<std::uint8_t>(expected >> 16), 0})
-          ++missing;
+        if (found == nullptr || *found != expected) ++missing;
       }
     }
   }
   EXPECT_EQ(missing, 0) << "of " << 2 * kWriterThreads * kValuesPerThread;
   // The parent, whose cache is cold, reads them through the store as well.
-  EXPECT_EQ(SettingsGetDword(WriterValueName(1, 3, kValuesPerThread - 1), SettingsRoot::CurrentUser, kKey),
-            WriterValue(1, 3, kValuesPerThread - 1));
+  EXPECT_EQ(Get(WriterValueName(1, 3, kValuesPerThread - 1)), WriterValue(1, 3, kValuesPerThread - 1));
   EXPECT_TRUE(BadFiles().empty());
   EXPECT_FALSE(test::FileExists(Folder() + u"user.reg.tmp"));
 }

@@ -11,10 +11,6 @@
 namespace tessaroven {
 namespace {
 
-std::vector<std::uint8_t> Utf16Bytes(std::u16string_view text, bool withNul = true) {
-  return Utf16LeBytes(text, withNul);
-}
-
 class SettingsTest : public testing::Test {
  protected:
   SettingsKeyPath Path() const { return key_.Path(); }
@@ -60,14 +56,14 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(StoredCase{"DwordAllBits", kRegDword, {0xFF, 0xFF, 0xFF, 0xFF}, 0xFFFFFFFF, u""},
                     StoredCase{"DwordBytesOrder", kRegDword, {0x78, 0x56, 0x34, 0x12}, 0x12345678, u""},
                     StoredCase{"FourBinaryBytesAreNoDword", kRegBinary, {42, 0, 0, 0}, 0, u""},
-                    StoredCase{"ExpandSzIsTakenLiterally", kRegExpandSz, Utf16Bytes(u"%SystemRoot%\\x"), 0,
+                    StoredCase{"ExpandSzIsTakenLiterally", kRegExpandSz, Utf16LeBytes(u"%SystemRoot%\\x", true), 0,
                                u"%SystemRoot%\\x"},
                     StoredCase{"ZeroLengthText", kRegSz, {}, 0, u""},
-                    StoredCase{"TextWithoutTerminator", kRegSz, Utf16Bytes(u"abc", false), 0, u"abc", true},
-                    StoredCase{"TextEndsAtFirstNul", kRegSz, Utf16Bytes(std::u16string(u"ab\0cd", 5)), 0, u"ab"},
-                    StoredCase{"NonAsciiText", kRegSz, Utf16Bytes(u"Gr\u00F6\u00DFe \u65E5\U0001F3B5"), 0,
+                    StoredCase{"TextWithoutTerminator", kRegSz, Utf16LeBytes(u"abc", false), 0, u"abc", true},
+                    StoredCase{"TextEndsAtFirstNul", kRegSz, Utf16LeBytes(std::u16string(u"ab\0cd", 5), true), 0, u"ab"},
+                    StoredCase{"NonAsciiText", kRegSz, Utf16LeBytes(u"Gr\u00F6\u00DFe \u65E5\U0001F3B5", true), 0,
                                u"Gr\u00F6\u00DFe \u65E5\U0001F3B5"},
-                    StoredCase{"MultiSzIsNoText", 7, Utf16Bytes(std::u16string(u"a\0b\0", 4)), 0, u""}),
+                    StoredCase{"MultiSzIsNoText", 7, Utf16LeBytes(std::u16string(u"a\0b\0", 4), true), 0, u""}),
     [](const auto& p) { return std::string(p.param.name); });
 
 // ---- Writing -----------------------------------------------------------------------------
@@ -83,26 +79,20 @@ TEST_F(SettingsTest, TypedSettersRoundTrip) {
   const auto raw = test::SettingsGetRaw(u"Text", SettingsRoot::CurrentUser, Path());
   ASSERT_TRUE(raw.has_value());
   EXPECT_EQ(raw->type, kRegSz);
-  EXPECT_EQ(raw->data, Utf16Bytes(text));
+  EXPECT_EQ(raw->data, Utf16LeBytes(text, true));
 }
 
-TEST_F(SettingsTest, OverwritingReplacesValueAndType) {
-  ASSERT_TRUE(SettingsSetString(u"first", u"V", SettingsRoot::CurrentUser, Path()));
-  ASSERT_TRUE(SettingsSetString(u"second", u"V", SettingsRoot::CurrentUser, Path()));
-  EXPECT_EQ(SettingsGetString(u"V", SettingsRoot::CurrentUser, Path()), u"second");
-  ASSERT_TRUE(SettingsSetDword(9, u"V", SettingsRoot::CurrentUser, Path()));
-  EXPECT_EQ(SettingsGetString(u"V", SettingsRoot::CurrentUser, Path()), u"");
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, Path()), 9u);
-}
-
-TEST_F(SettingsTest, NamesAndKeyPathsIgnoreAsciiCase) {
+// A name holds one value of one type; names and key paths fold ASCII case, and the
+// empty name is the key's default value, not "@".
+TEST_F(SettingsTest, ANameHoldsOneValueWhateverItsCase) {
+  ASSERT_TRUE(SettingsSetString(u"first", u"MixedCase", SettingsRoot::CurrentUser, Path()));
+  ASSERT_TRUE(SettingsSetString(u"second", u"mixedcase", SettingsRoot::CurrentUser, Path()));
+  EXPECT_EQ(SettingsGetString(u"MIXEDCASE", SettingsRoot::CurrentUser, Path()), u"second");
   ASSERT_TRUE(SettingsSetDword(3, u"MixedCase", SettingsRoot::CurrentUser, Path()));
-  EXPECT_EQ(SettingsGetDword(u"mixedcase", SettingsRoot::CurrentUser, Path()), 3u);
+  EXPECT_EQ(SettingsGetString(u"MixedCase", SettingsRoot::CurrentUser, Path()), u"");
   const std::u16string upper = AsciiToUtf16("SOFTWARE") + PathText().substr(8);
-  EXPECT_EQ(SettingsGetDword(u"MIXEDCASE", SettingsRoot::CurrentUser, std::u16string_view(upper)), 3u);
-}
+  EXPECT_EQ(SettingsGetDword(u"mixedCASE", SettingsRoot::CurrentUser, std::u16string_view(upper)), 3u);
 
-TEST_F(SettingsTest, DefaultValueHasTheEmptyName) {
   ASSERT_TRUE(SettingsSetString(u"unnamed", u"", SettingsRoot::CurrentUser, Path()));
   ASSERT_TRUE(SettingsSetString(u"named", u"@", SettingsRoot::CurrentUser, Path()));
   EXPECT_EQ(SettingsGetString(u"", SettingsRoot::CurrentUser, Path()), u"unnamed");

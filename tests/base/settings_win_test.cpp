@@ -28,12 +28,12 @@ ScopedSettingsKey::~ScopedSettingsKey() {
 
 namespace {
 
-TEST(SettingsRegistry, ValuesLandInTheRegistry) {
+// What the registry itself holds, read past the settings functions.
+TEST(SettingsRegistry, ValuesAndKeysLandInTheRegistry) {
   test::ScopedSettingsKey key;
   const std::wstring path = ToOsString(key.Path());
   ASSERT_TRUE(SettingsSetDword(42, u"Number", SettingsRoot::CurrentUser, key.Path()));
   ASSERT_TRUE(SettingsSetString(u"\u00E9t\u00E9", u"Text", SettingsRoot::CurrentUser, key.Path()));
-
   DWORD number = 0;
   DWORD size = sizeof number;
   ASSERT_EQ(RegGetValueW(HKEY_CURRENT_USER, path.c_str(), L"Number", RRF_RT_REG_DWORD, nullptr, &number, &size),
@@ -46,14 +46,11 @@ TEST(SettingsRegistry, ValuesLandInTheRegistry) {
   EXPECT_EQ(type, static_cast<DWORD>(REG_SZ));
   EXPECT_EQ(size, 8u);  // three characters and the NUL
   EXPECT_EQ(std::wstring(text), L"\u00E9t\u00E9");
-}
 
-TEST(SettingsRegistry, ReadingCreatesTheKey) {
-  test::ScopedSettingsKey key;
-  const std::wstring path = ToOsString(key.Path()) + L"\\Created";
-  EXPECT_EQ(SettingsGetDword(u"Any", SettingsRoot::CurrentUser, FromOsString(path)), 0u);
+  // Reading creates a missing key.
+  EXPECT_EQ(SettingsGetDword(u"Any", SettingsRoot::CurrentUser, FromOsString(path + L"\\Created")), 0u);
   HKEY handle = nullptr;
-  EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ, &handle), ERROR_SUCCESS);
+  EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, (path + L"\\Created").c_str(), 0, KEY_READ, &handle), ERROR_SUCCESS);
   if (handle) RegCloseKey(handle);
 }
 

@@ -148,6 +148,7 @@ TEST_F(NetworkSearchTest, StopFinishesTheComputerBeingReadThenNothingMoreArrives
   RunUntil([&] { return !found.empty(); });
   ASSERT_EQ(found, std::vector<std::u16string>{u"alpha"});
   // "beta" is being read when the window stops the search.
+  for (int i = 0; i < 1000 && script->reads.load() < 2; ++i) std::this_thread::sleep_for(5ms);
   std::thread release([&] {
     std::this_thread::sleep_for(100ms);
     script->gate.Set();

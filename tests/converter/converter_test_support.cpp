@@ -3,7 +3,6 @@
 #include <cctype>
 
 #include "base/text.h"
-#include "selection/conversion.h"
 
 namespace kovantrix::test {
 
@@ -39,10 +38,6 @@ Decoded DecodeWhole(const std::u16string& path) {
   }
   av_frame_free(&frame);
   return decoded;
-}
-
-void WriteList(const std::u16string& path, const std::vector<std::u16string>& files) {
-  tessaroven::WriteListFile(path, files);
 }
 
 }  // namespace kovantrix::test

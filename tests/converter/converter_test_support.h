@@ -26,9 +26,6 @@ struct Decoded {
 };
 Decoded DecodeWhole(const std::u16string& path);
 
-// A list file as the selector writes it.
-void WriteList(const std::u16string& path, const std::vector<std::u16string>& files);
-
 // kovantrix (or another program) started without a display, its stderr and
 // stdout kept.
 class Process {

@@ -33,6 +33,7 @@ TEST(FileTimesWinTest, ReadsTheTimesTheFileSystemKeeps) {
     ASSERT_TRUE(set);
   }
   FileTimes read;
+  EXPECT_FALSE(ReadFileTimes(dir / u"missing.flac", read));
   ASSERT_TRUE(ReadFileTimes(path, read));
   EXPECT_EQ(read.lastAccess, accessed);
   EXPECT_EQ(read.lastWrite, written);

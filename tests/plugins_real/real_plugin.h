@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,7 @@ struct ReadResult {
   TagList tags;  // the first block's, then the second's, in block order
 
   // The value of the tag of that name, empty when absent.
-  std::u16string Tag(std::u16string_view name) const;
+  std::u16string Tag(std::u16string_view name) const { return TagValue(tags, name); }
 };
 
 // One file decoded through DecodeBlock as the converter does, with a buffer that
@@ -67,6 +68,10 @@ class RealPlugin {
   DecodeRun Decode(const std::string& path, std::int64_t seekMs = -1) const;
 
  private:
+  using Instance = std::unique_ptr<void, TsvDestroyFn>;
+  Instance NewInstance() const;
+  bool Open(const Instance& instance, const std::u16string& path, TsvOpenRecord& record) const;
+
   void* handle_ = nullptr;
   std::string error_;
   int exportCount_ = 0;

@@ -65,7 +65,8 @@ TEST_F(SelectorReadTest, ColumnsShowWhatThePluginRead) {
 
 // The compilation flag in each kind of tag that carries one, and the album filter's
 // widening by the artist that it turns off. tone.wav and tone.dsf have the same tags
-// without the flag (and without an album artist), so their albums are widened.
+// without the flag (and without an album artist), so their albums are widened; a file
+// without tags shows as "[no Album]" and is excluded only when that is marked.
 struct CompilationCase {
   const char* file;
   const char16_t* compilation;  // the column
@@ -98,6 +99,7 @@ const CompilationCase kCompilationCases[] = {
     {"tone-compilation.opus", u"Yes", u"Fixture Album"},  // Vorbis comment COMPILATION
     {"tone-compilation.wv", u"Yes", u"Fixture Album"},    // APE Compilation
     {"tone.wav", u"No", u"Fixture Artist - Fixture Album"}, {"tone.dsf", u"No", u"Fixture Artist - Fixture Album"},
+    {"tone.mp2", u"No", u"[no Album]"},  // no tag at all
 };
 
 TEST_F(SelectorReadTest, CompilationFlagShowsAndKeepsTheAlbumFilterFromAddingTheArtist) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 
 #include "base/path.h"
 #include "base/platform.h"
@@ -18,30 +19,16 @@ using tessaroven::test::ReadBytes;
 using tessaroven::test::TempDir;
 using tessaroven::test::WriteBytes;
 
-struct TargetCase {
-  const char* name;
-  std::u16string source;
-  std::u16string output;
-  std::u16string target;
-};
-
-class TargetPathTest : public testing::TestWithParam<TargetCase> {};
-
-TEST_P(TargetPathTest, KeepsTheFolderNameAndTheBaseName) {
-  const TargetCase& c = GetParam();
-  EXPECT_EQ(TargetPathFor(Native(c.source), Native(c.output), u".flac"), Native(c.target));
+// The target keeps the source's folder name and base name.
+TEST(TargetPathTest, KeepsTheFolderNameAndTheBaseName) {
+  for (const auto& [source, output, target] :
+       {std::tuple{u"/music/Album/01 Song.wav", u"/out/", u"/out/Album/01 Song.flac"},
+        std::tuple{u"/music/Album/01.wav", u"/out", u"/out/Album/01.flac"},
+        std::tuple{u"/m/Vol. 2/a.b.c.wav", u"/out/", u"/out/Vol. 2/a.b.c.flac"},
+        std::tuple{u"/m/A/track", u"/out/", u"/out/A/track.flac"}, std::tuple{u"/m/A/.wav", u"/out/", u"/out/A/.wav.flac"},
+        std::tuple{u"/x.wav", u"/out/", u"/out/x.flac"}})
+    EXPECT_EQ(TargetPathFor(Native(source), Native(output), u".flac"), Native(target)) << tessaroven::Utf16ToUtf8(source);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, TargetPathTest,
-    testing::Values(TargetCase{"Plain", u"/music/Album/01 Song.wav", u"/out/", u"/out/Album/01 Song.flac"},
-                    TargetCase{"OutputWithoutSeparator", u"/music/Album/01.wav", u"/out", u"/out/Album/01.flac"},
-                    TargetCase{"DotsInFolderAndName", u"/m/Vol. 2/a.b.c.wav", u"/out/", u"/out/Vol. 2/a.b.c.flac"},
-                    TargetCase{"NoExtension", u"/m/A/track", u"/out/", u"/out/A/track.flac"},
-                    TargetCase{"AllExtension", u"/m/A/.wav", u"/out/", u"/out/A/.wav.flac"},
-                    TargetCase{"SameExtension", u"/m/A/x.flac", u"/out/", u"/out/A/x.flac"},
-                    TargetCase{"AtTheRoot", u"/x.wav", u"/out/", u"/out/x.flac"}),
-    [](const auto& param) { return std::string(param.param.name); });
 
 std::vector<std::u16string> Names(const std::u16string& folder) {
   auto names = tessaroven::test::ListFolder(folder);
@@ -49,40 +36,23 @@ std::vector<std::u16string> Names(const std::u16string& folder) {
   return names;
 }
 
+// Hidden beside the target and published whole; an existing target is kept unless
+// overwriting.
 TEST(TemporaryOutputTest, IsHiddenBesideTheTargetAndPublishedWhole) {
-  TempDir dir;
-  const std::u16string target = dir / u"song.flac";
-  TemporaryOutput output;
-  std::u16string error;
-  ASSERT_TRUE(output.Create(target, error)) << tessaroven::Utf16ToUtf8(error);
-  EXPECT_EQ(tessaroven::FolderOf(output.Path()), dir.Path());
-  EXPECT_EQ(tessaroven::FileNameOf(output.Path()).front(), u'.');
-  ASSERT_TRUE(WriteBytes(output.Path(), "converted"));
-  EXPECT_EQ(output.Publish(false, error), PublishResult::kPublished);
-  EXPECT_EQ(ReadBytes(target), "converted");
-  EXPECT_EQ(Names(dir.Path()), std::vector<std::u16string>{u"song.flac"});
-}
-
-TEST(TemporaryOutputTest, AnExistingTargetIsKeptUnlessOverwriting) {
   TempDir dir;
   const std::u16string target = dir / u"song.flac";
   ASSERT_TRUE(WriteBytes(target, "the user's"));
   std::u16string error;
-  {
+  for (const bool overwrite : {false, true}) {
     TemporaryOutput output;
-    ASSERT_TRUE(output.Create(target, error));
-    ASSERT_TRUE(WriteBytes(output.Path(), "new"));
-    EXPECT_EQ(output.Publish(false, error), PublishResult::kTargetExists);
-    EXPECT_FALSE(error.empty());
+    ASSERT_TRUE(output.Create(target, error)) << tessaroven::Utf16ToUtf8(error);
+    EXPECT_EQ(tessaroven::FolderOf(output.Path()), dir.Path());
+    EXPECT_EQ(tessaroven::FileNameOf(output.Path()).front(), u'.');
+    ASSERT_TRUE(WriteBytes(output.Path(), "converted"));
+    EXPECT_EQ(output.Publish(overwrite, error), overwrite ? PublishResult::kPublished : PublishResult::kTargetExists);
   }
-  EXPECT_EQ(ReadBytes(target), "the user's");
+  EXPECT_EQ(ReadBytes(target), "converted");
   EXPECT_EQ(Names(dir.Path()), std::vector<std::u16string>{u"song.flac"});
-
-  TemporaryOutput output;
-  ASSERT_TRUE(output.Create(target, error));
-  ASSERT_TRUE(WriteBytes(output.Path(), "new"));
-  EXPECT_EQ(output.Publish(true, error), PublishResult::kPublished);
-  EXPECT_EQ(ReadBytes(target), "new");
 }
 
 TEST(TemporaryOutputTest, AnUnpublishedFileGoesAwayAndTwoNeverShareAName) {

@@ -37,48 +37,41 @@ struct ArgumentCase {
   std::size_t usageErrors;
 };
 
-class ArgumentTest : public testing::TestWithParam<ArgumentCase> {};
+const ArgumentCase kArgumentCases[] = {
+    ArgumentCase{"AllFour",
+                 {u"-list_to_conv=/tmp/TMP1.tmp", u"-signal_event_got_files=fsqrv-123", u"-centeronwnd=-42",
+                  u"-additionalprofile=Phone"},
+                 u"/tmp/TMP1.tmp", u"fsqrv-123", -42, u"Phone", {}, 0},
+    ArgumentCase{"ValuesKeepSpacesQuotesAndEquals",
+                 {u"-list_to_conv=/a b/c=\"d\".tmp", u"-additionalprofile=My \"best\" = songs"},
+                 u"/a b/c=\"d\".tmp", std::nullopt, std::nullopt, u"My \"best\" = songs", {}, 0},
+    ArgumentCase{"UnknownArgumentsAreKeptInOrderAndIgnored",
+                 {u"-newthing=1", u"-list_to_conv=l", u"stray", u"--frobnicate", u"-LIST_TO_CONV=x"},
+                 u"l", std::nullopt, std::nullopt, std::nullopt,
+                 {u"-newthing=1", u"stray", u"--frobnicate", u"-LIST_TO_CONV=x"}, 0},
+    ArgumentCase{"ABadWindowNumberIsIgnored", {u"-list_to_conv=l", u"-centeronwnd=12ab"}, u"l", std::nullopt,
+                 std::nullopt, std::nullopt, {u"-centeronwnd=12ab"}, 0},
+    ArgumentCase{"NoListIsBadUsage", {u"-signal_event_got_files=e"}, std::nullopt, u"e", std::nullopt,
+                 std::nullopt, {}, 1},
+    ArgumentCase{"JobsOutOfRangeIsBadUsage", {u"-list_to_conv=l", u"--jobs=0", u"--jobs=x"}, u"l", std::nullopt,
+                 std::nullopt, std::nullopt, {}, 2},
+    ArgumentCase{"HelpNeedsNoList", {u"--help"}, std::nullopt, std::nullopt, std::nullopt, std::nullopt, {}, 0},
+    // The man page is made from --help and --version.
+    ArgumentCase{"VersionNeedsNoList", {u"--version"}, std::nullopt, std::nullopt, std::nullopt, std::nullopt, {},
+                 0}};
 
-TEST_P(ArgumentTest, ParsesAsTheSelectorWritesThem) {
-  const ArgumentCase& c = GetParam();
-  const Arguments parsed = ParseArguments(c.arguments);
-  EXPECT_EQ(parsed.listFile, c.listFile);
-  EXPECT_EQ(parsed.eventName, c.eventName);
-  EXPECT_EQ(parsed.centerOnWindow, c.window);
-  EXPECT_EQ(parsed.profile, c.profile);
-  EXPECT_EQ(parsed.ignored, c.ignored);
-  EXPECT_EQ(parsed.usageErrors.size(), c.usageErrors);
+TEST(ArgumentTest, ParsesAsTheSelectorWritesThem) {
+  for (const ArgumentCase& c : kArgumentCases) {
+    SCOPED_TRACE(c.name);
+    const Arguments parsed = ParseArguments(c.arguments);
+    EXPECT_EQ(parsed.listFile, c.listFile);
+    EXPECT_EQ(parsed.eventName, c.eventName);
+    EXPECT_EQ(parsed.centerOnWindow, c.window);
+    EXPECT_EQ(parsed.profile, c.profile);
+    EXPECT_EQ(parsed.ignored, c.ignored);
+    EXPECT_EQ(parsed.usageErrors.size(), c.usageErrors);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, ArgumentTest,
-    testing::Values(
-        ArgumentCase{"AllFour",
-                     {u"-list_to_conv=/tmp/TMP1.tmp", u"-signal_event_got_files=fsqrv-123", u"-centeronwnd=-42",
-                      u"-additionalprofile=Phone"},
-                     u"/tmp/TMP1.tmp", u"fsqrv-123", -42, u"Phone", {}, 0},
-        ArgumentCase{"ValuesKeepSpacesQuotesAndEquals",
-                     {u"-list_to_conv=/a b/c=\"d\".tmp", u"-additionalprofile=My \"best\" = songs"},
-                     u"/a b/c=\"d\".tmp", std::nullopt, std::nullopt, u"My \"best\" = songs", {}, 0},
-        ArgumentCase{"AnEmptyProfileIsStillAProfile", {u"-list_to_conv=l", u"-additionalprofile="}, u"l", std::nullopt,
-                     std::nullopt, u"", {}, 0},
-        ArgumentCase{"UnknownArgumentsAreKeptInOrderAndIgnored",
-                     {u"-newthing=1", u"-list_to_conv=l", u"stray", u"--frobnicate", u"-LIST_TO_CONV=x"},
-                     u"l", std::nullopt, std::nullopt, std::nullopt,
-                     {u"-newthing=1", u"stray", u"--frobnicate", u"-LIST_TO_CONV=x"}, 0},
-        ArgumentCase{"ABadWindowNumberIsIgnored", {u"-list_to_conv=l", u"-centeronwnd=12ab"}, u"l", std::nullopt,
-                     std::nullopt, std::nullopt, {u"-centeronwnd=12ab"}, 0},
-        ArgumentCase{"TheLastListWins", {u"-list_to_conv=a", u"-list_to_conv=b"}, u"b", std::nullopt, std::nullopt,
-                     std::nullopt, {}, 0},
-        ArgumentCase{"NoListIsBadUsage", {u"-signal_event_got_files=e"}, std::nullopt, u"e", std::nullopt,
-                     std::nullopt, {}, 1},
-        ArgumentCase{"JobsOutOfRangeIsBadUsage", {u"-list_to_conv=l", u"--jobs=0", u"--jobs=x"}, u"l", std::nullopt,
-                     std::nullopt, std::nullopt, {}, 2},
-        ArgumentCase{"HelpNeedsNoList", {u"--help"}, std::nullopt, std::nullopt, std::nullopt, std::nullopt, {}, 0},
-        // The man page is made from --help and --version.
-        ArgumentCase{"VersionNeedsNoList", {u"--version"}, std::nullopt, std::nullopt, std::nullopt, std::nullopt, {},
-                     0}),
-    [](const auto& param) { return std::string(param.param.name); });
 
 TEST(ArgumentTest, OwnOptions) {
   const Arguments parsed = ParseArguments(
@@ -98,29 +91,18 @@ std::string Utf16Le(std::u16string_view text) {
   return std::string(bytes.begin(), bytes.end());
 }
 
-struct ListCase {
-  const char* name;
-  std::string bytes;
-  std::vector<std::u16string> paths;
-};
-
-class ListBytesTest : public testing::TestWithParam<ListCase> {};
-
-TEST_P(ListBytesTest, SplitsAtCrLfOnly) { EXPECT_EQ(ParseListBytes(GetParam().bytes), GetParam().paths); }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, ListBytesTest,
-    testing::Values(ListCase{"EveryPathEndsInCrLf", Utf16Le(u"/a/1.flac\r\n/b/2.mp3\r\n"), {u"/a/1.flac", u"/b/2.mp3"}},
-                    ListCase{"ALastPathWithoutItsBreak", Utf16Le(u"/a\r\n/b"), {u"/a", u"/b"}},
-                    ListCase{"EmptyLinesAreSkipped", Utf16Le(u"\r\n/a\r\n\r\n/b\r\n"), {u"/a", u"/b"}},
-                    ListCase{"ALoneLineFeedBelongsToTheName", Utf16Le(u"/a\nb.wav\r\n"), {u"/a\nb.wav"}},
-                    ListCase{"ALoneCarriageReturnBelongsToTheName", Utf16Le(u"/a\rb.wav\r\n"), {u"/a\rb.wav"}},
-                    ListCase{"AByteOrderMarkIsSkipped", Utf16Le(u"\xFEFF/a\r\n"), {u"/a"}},
-                    ListCase{"AnOddLastByteIsDropped", Utf16Le(u"/a\r\n") + "x", {u"/a"}},
-                    ListCase{"SurrogatePairsAndEscapedBytesSurvive", Utf16Le(u"/\U0001F3B5/\xDCE9t\xDCE9.flac\r\n"),
-                             {u"/\U0001F3B5/\xDCE9t\xDCE9.flac"}},
-                    ListCase{"NothingAtAll", "", {}}),
-    [](const auto& param) { return std::string(param.param.name); });
+// Paths split at CR LF only: a lone CR or LF belongs to the name.
+TEST(ListBytesTest, SplitsAtCrLfOnly) {
+  for (const auto& [bytes, paths] : {
+           std::pair{Utf16Le(u"/a/1.flac\r\n/b/2.mp3\r\n"), std::vector<std::u16string>{u"/a/1.flac", u"/b/2.mp3"}},
+           std::pair{Utf16Le(u"\r\n/a\r\n\r\n/b"), std::vector<std::u16string>{u"/a", u"/b"}},  // no last break
+           std::pair{Utf16Le(u"/a\nb.wav\r\n"), std::vector<std::u16string>{u"/a\nb.wav"}},
+           std::pair{std::string(), std::vector<std::u16string>{}},
+           std::pair{Utf16Le(u"\xFEFF/a\r\n") + "x", std::vector<std::u16string>{u"/a"}},  // mark, odd byte
+           std::pair{Utf16Le(u"/\U0001F3B5/\xDCE9t\xDCE9.flac\r\n"), std::vector<std::u16string>{u"/\U0001F3B5/\xDCE9t\xDCE9.flac"}}}) {
+    EXPECT_EQ(ParseListBytes(bytes), paths) << bytes;
+  }
+}
 
 TEST(ListFileTest, ReadsWhatTheSelectorWrites) {
   TempDir dir;

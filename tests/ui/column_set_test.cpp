@@ -17,29 +17,21 @@
 namespace tessaroven {
 namespace {
 
-struct WidthCase {
-  std::u16string_view name;
-  std::u16string_view storedWidths;
-  int dpi;
-  int width;
-};
-class ColumnWidthTest : public ::testing::TestWithParam<WidthCase> {};
-
-TEST_P(ColumnWidthTest, RestoredWidthIsTheStoredOneOrTheScaledDefault) {
-  const WidthCase& c = GetParam();
-  const ColumnSet set = RestoreColumnSet(c.name, c.storedWidths, kDefaultMainColumns, c.dpi);
-  ASSERT_EQ(set.size(), 1u);
-  EXPECT_EQ(set[0], (ColumnSpec{std::u16string(c.name), c.width}));
+// A stored width is taken as its leading number, in pixels as stored; without one
+// the column's default width is scaled from 96 dpi and truncated.
+TEST(ColumnSet, RestoredWidthIsTheStoredOneOrTheScaledDefault) {
+  const struct {
+    std::u16string_view name, storedWidths;
+    int dpi, width;
+  } cases[] = {{u"Name", u" 120", 96, 120}, {u"Name", u"+7", 96, 7},     {u"Name", u"-5", 96, -5},
+               {u"Name", u"12px", 96, 12},  {u"Name", u"120", 192, 120}, {u"Name", u"0", 144, 375},
+               {u"Name", u"", 96, 250},     {u"Mood", u"", 96, 150},     {u"Mood", u"", 192, 300},
+               {u"bIT rATE", u"", 96, 110}, {u"Channels", u"", 125, 117}};
+  for (const auto& c : cases) {
+    const ColumnSet set = RestoreColumnSet(c.name, c.storedWidths, kDefaultMainColumns, c.dpi);
+    EXPECT_EQ(set, (ColumnSet{{std::u16string(c.name), c.width}})) << Utf16ToUtf8(c.storedWidths) << " " << c.dpi;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(ColumnSet, ColumnWidthTest,
-                         ::testing::Values(WidthCase{u"Name", u" 120", 96, 120}, WidthCase{u"Name", u"+7", 96, 7},
-                                           WidthCase{u"Name", u"-5", 96, -5}, WidthCase{u"Name", u"12px", 96, 12},
-                                           WidthCase{u"Name", u"120", 192, 120},  // stored pixels are not scaled
-                                           WidthCase{u"Name", u"0", 144, 375}, WidthCase{u"Name", u"", 96, 250},
-                                           WidthCase{u"Mood", u"", 96, 150}, WidthCase{u"Mood", u"", 192, 300},
-                                           WidthCase{u"bIT rATE", u"", 96, 110},
-                                           WidthCase{u"Channels", u"", 125, 117}));  // 117.19 truncated
 
 TEST(ColumnSet, AlignmentMatchesNamesExactly) {
   EXPECT_TRUE(IsRightAlignedColumn(u"Sample Rate"));
@@ -90,38 +82,31 @@ TEST(ColumnSet, DefaultColumnsDiscardOrderAndWidths) {
   EXPECT_EQ(set.back(), (ColumnSpec{u"Bit Rate", 165}));
 }
 
-struct ChoiceCase {
-  ColumnSet before;
-  std::u16string_view chosen;
-  ColumnSet after;
-  ColumnChange change;
-  std::optional<std::u16string> deleteListColumn;
-};
-class ColumnChoiceTest : public ::testing::TestWithParam<ChoiceCase> {};
-
-TEST_P(ColumnChoiceTest, RemovesIgnoringCaseButDeletesTheListColumnOnlyOnExactName) {
-  const ChoiceCase& c = GetParam();
-  ColumnSet set = c.before;
-  const ColumnChoiceOutcome outcome = ApplyColumnChoice(set, {false, std::u16string(c.chosen)}, {}, 192);
-  EXPECT_EQ(set, c.after);
-  EXPECT_EQ(outcome.change, c.change);
-  EXPECT_EQ(outcome.deleteListColumn, c.deleteListColumn);
+// A choice removes a column by name ignoring case, but asks to delete the list's
+// column only on the exact name; a name not in the set is added at its scaled default.
+TEST(ColumnSet, ChoiceRemovesIgnoringCaseAndDeletesTheListColumnOnlyOnExactName) {
+  const ColumnSpec name{u"Name", 1};
+  const struct {
+    ColumnSet before;
+    std::u16string_view chosen;
+    ColumnSet after;
+    ColumnChange change;
+    std::optional<std::u16string> deleteListColumn;
+  } cases[] = {
+      {{name, {u"Artist", 1}}, u"Artist", {name}, ColumnChange::kRemoved, u"Artist"},
+      {{name, {u"artist", 1}}, u"Artist", {name}, ColumnChange::kRemoved, std::nullopt},
+      {{name, {u"artist", 1}, {u"Artist", 1}}, u"Artist", {name, {u"artist", 1}}, ColumnChange::kRemoved, u"Artist"},
+      {{name}, u"Rating", {name, {u"Rating", 200}}, ColumnChange::kAdded, std::nullopt},
+      {{name}, u"Default Columns", {name, {u"Default Columns", 300}}, ColumnChange::kAdded, std::nullopt},
+  };
+  for (const auto& c : cases) {
+    ColumnSet set = c.before;
+    const ColumnChoiceOutcome outcome = ApplyColumnChoice(set, {false, std::u16string(c.chosen)}, {}, 192);
+    EXPECT_EQ(set, c.after) << Utf16ToUtf8(c.chosen);
+    EXPECT_EQ(outcome.change, c.change);
+    EXPECT_EQ(outcome.deleteListColumn, c.deleteListColumn);
+  }
 }
-
-const ColumnSpec kName{u"Name", 1};
-INSTANTIATE_TEST_SUITE_P(
-    ColumnSet, ColumnChoiceTest,
-    ::testing::Values(
-        ChoiceCase{{kName, {u"Artist", 1}}, u"Artist", {kName}, ColumnChange::kRemoved, u"Artist"},
-        ChoiceCase{{kName, {u"artist", 1}}, u"Artist", {kName}, ColumnChange::kRemoved, std::nullopt},
-        ChoiceCase{{kName, {u"artist", 1}, {u"Artist", 1}},
-                   u"Artist",
-                   {kName, {u"artist", 1}},
-                   ColumnChange::kRemoved,
-                   u"Artist"},
-        ChoiceCase{{kName}, u"Rating", {kName, {u"Rating", 200}}, ColumnChange::kAdded, std::nullopt},
-        ChoiceCase{
-            {kName}, u"Default Columns", {kName, {u"Default Columns", 300}}, ColumnChange::kAdded, std::nullopt}));
 
 // A row whose size, times, length, bit rate and rating are all `n`.
 FileRow Row(std::u16string_view name, std::uint32_t n, TagList tags = {}) {
@@ -140,42 +125,37 @@ FileRow Tagged(std::u16string_view tag, std::u16string value) {
 }
 FileRow Quality(std::u16string value) { return Tagged(u"Audio Quality", std::move(value)); }
 
-struct CompareCase {
-  std::u16string_view column;
-  FileRow a;
-  FileRow b;
-  int ascending;
-};
-class CompareRowsTest : public ::testing::TestWithParam<CompareCase> {};
-
-TEST_P(CompareRowsTest, OrdersByTheColumnAndDescendingNegates) {
-  const CompareCase& c = GetParam();
+// Rows order by the column, and descending negates; numbers 9 and 10 would sort
+// the other way as text.
+TEST(ColumnSet, CompareRowsOrdersByTheColumn) {
+  const struct {
+    std::u16string_view column;
+    FileRow a, b;
+    int ascending;
+  } cases[] = {{u"Size", Row(u"a", 9), Row(u"b", 10), -1},
+               {u"Length", Row(u"a", 10), Row(u"b", 9), 1},
+               {u"Length", Unread(u"a"), Row(u"b", 9), -1},
+               {u"Bit Rate", Row(u"a", 9), Row(u"b", 10), -1},
+               {u"Rating", Row(u"a", 9), Unread(u"b"), 1},
+               {u"Rating", Unread(u"a"), Unread(u"b"), 0},
+               {u"Compression", Tagged(u"Compression", u"9%"), Tagged(u"Compression", u"10%"), -1},
+               {u"Date Modified", Row(u"a", 9), Row(u"b", 10), -1},
+               {u"Name", Row(u"a.flac", 0), Row(u"C.flac", 0), -1},
+               {u"Name", Row(u"ABC.flac", 0), Row(u"abc.flac", 0), 0},
+               {u"Mood", Tagged(u"Mood", u"calm"), Tagged(u"Mood", u"Angry"), 1},
+               // "High..." ranks first, then "CD ", "DVD ", "DAT ", "Perfect" (in any
+               // case); other labels keep their own text order around them.
+               {u"Audio Quality", Quality(u"high res (DSD64)"), Quality(u"CD Lossless"), -1},
+               {u"Audio Quality", Quality(u"DAT Lossless"), Quality(u"High Resolution"), 1},
+               // The rank prefixes ignore case, so these two are one value.
+               {u"Audio Quality", Quality(u"cd lossless"), Quality(u"CD Lossless"), 0},
+               {u"Audio Quality", Quality(u"Unknown"), Quality(u"Perfect rip"), -1}};
   const TypeFilter types;
-  EXPECT_EQ(CompareRows(c.a, c.b, c.column, true, types), c.ascending);
-  EXPECT_EQ(CompareRows(c.a, c.b, c.column, false, types), -c.ascending);
+  for (const auto& c : cases) {
+    EXPECT_EQ(CompareRows(c.a, c.b, c.column, true, types), c.ascending) << Utf16ToUtf8(c.column);
+    EXPECT_EQ(CompareRows(c.a, c.b, c.column, false, types), -c.ascending) << Utf16ToUtf8(c.column);
+  }
 }
-
-// Numbers 9 and 10 would sort the other way as text.
-INSTANTIATE_TEST_SUITE_P(
-    ColumnSet, CompareRowsTest,
-    ::testing::Values(CompareCase{u"Size", Row(u"a", 9), Row(u"b", 10), -1},
-                      CompareCase{u"Length", Row(u"a", 10), Row(u"b", 9), 1},
-                      CompareCase{u"Length", Unread(u"a"), Row(u"b", 9), -1},
-                      CompareCase{u"Bit Rate", Row(u"a", 9), Row(u"b", 10), -1},
-                      CompareCase{u"Rating", Row(u"a", 9), Unread(u"b"), 1},
-                      CompareCase{u"Rating", Unread(u"a"), Unread(u"b"), 0},
-                      CompareCase{u"Compression", Tagged(u"Compression", u"9%"), Tagged(u"Compression", u"10%"), -1},
-                      CompareCase{u"Date Modified", Row(u"a", 9), Row(u"b", 10), -1},
-                      CompareCase{u"Name", Row(u"a.flac", 0), Row(u"C.flac", 0), -1},
-                      CompareCase{u"Name", Row(u"ABC.flac", 0), Row(u"abc.flac", 0), 0},
-                      CompareCase{u"Mood", Tagged(u"Mood", u"calm"), Tagged(u"Mood", u"Angry"), 1},
-                      // "High..." ranks first, then "CD ", "DVD ", "DAT ", "Perfect" (in any
-                      // case); other labels keep their own text order around them.
-                      CompareCase{u"Audio Quality", Quality(u"high res (DSD64)"), Quality(u"CD Lossless"), -1},
-                      CompareCase{u"Audio Quality", Quality(u"DAT Lossless"), Quality(u"High Resolution"), 1},
-                      // The rank prefixes ignore case, so these two are one value.
-                      CompareCase{u"Audio Quality", Quality(u"cd lossless"), Quality(u"CD Lossless"), 0},
-                      CompareCase{u"Audio Quality", Quality(u"Unknown"), Quality(u"Perfect rip"), -1}));
 
 TEST(ColumnMenu, BuildsTheGroupsInOrderWithTheSetChecked) {
   test::UseOffscreenQt();

@@ -46,9 +46,13 @@ class ListDialogTest : public ::testing::Test {
   std::int64_t size_ = 0;
 };
 
-TEST_F(ListDialogTest, TheSummaryReadsExactlyWhileAndAfterMetadataArrives) {
+// The summary reads exactly while and after the metadata arrives; a stored column
+// set without Folder and Name gets them in front, and keeps them when the dialog ends.
+TEST_F(ListDialogTest, TheSummaryIsExactAndAStoredColumnSetGetsFolderAndName) {
+  SettingsSetString(u"Size\rArtist", kListColumnsValue);
   frmList dialog(files_, filters_.Types(), nullptr);
   EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Tessaroven Batch Converter: Audio Files Converting"));
+  EXPECT_EQ(dialog.List()->Model()->Columns(), (std::vector<std::u16string>{u"Folder", u"Name", u"Size", u"Artist"}));
   // Nothing applied before the first tick: every length still to come.
   EXPECT_EQ(dialog.Summary(), Summary(3, size_, u"0 seconds", true));
   ASSERT_TRUE(test::SpinUntil([&] { return !dialog.Reading(); }));
@@ -61,8 +65,8 @@ TEST_F(ListDialogTest, TheSummaryReadsExactlyWhileAndAfterMetadataArrives) {
   for (const Step step : {Step{CheckCommand::kUncheckAll, 0}, Step{CheckCommand::kInvert, 3},
                           Step{CheckCommand::kUncheckAll, 0}, Step{CheckCommand::kCheckAll, 3}}) {
     dialog.List()->checkCommand(step.command);
-    EXPECT_EQ(dialog.Summary(), Summary(step.count, step.count ? size_ : 0,
-                                        step.count ? u"600 mili-seconds" : u"0 seconds", false));
+    EXPECT_EQ(dialog.Summary(),
+              Summary(step.count, step.count ? size_ : 0, step.count ? u"600 mili-seconds" : u"0 seconds", false));
   }
   // One row unticked by its box: the rest is what Convert hands over.
   dialog.List()->Model()->setData(dialog.List()->Model()->index(1, 0), Qt::Unchecked, Qt::CheckStateRole);
@@ -70,14 +74,6 @@ TEST_F(ListDialogTest, TheSummaryReadsExactlyWhileAndAfterMetadataArrives) {
   EXPECT_TRUE(dialog.Summary().startsWith(QStringLiteral("Converting 2 Files, ")));
   dialog.ConvertButton()->click();
   EXPECT_EQ(dialog.result(), kConvertResult);
-}
-
-TEST_F(ListDialogTest, AStoredSetWithoutFolderAndNameGetsThem) {
-  SettingsSetString(u"Size\rArtist", kListColumnsValue);
-  frmList dialog(files_, filters_.Types(), nullptr);
-  EXPECT_EQ(dialog.List()->Model()->Columns(),
-            (std::vector<std::u16string>{u"Folder", u"Name", u"Size", u"Artist"}));
-  dialog.reject();
   EXPECT_EQ(SettingsGetString(kListColumnsValue), u"Folder\rName\rSize\rArtist");
 }
 

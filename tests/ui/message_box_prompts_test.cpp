@@ -13,15 +13,7 @@
 namespace tessaroven {
 namespace {
 
-struct PromptCase {
-  const char* name;
-  std::uint32_t style;
-  QMessageBox::StandardButton press;  // NoButton: close the box with Escape
-  int answer;
-  QMessageBox::Icon icon;
-};
-
-class MessageBoxPromptsTest : public ::testing::TestWithParam<PromptCase> {
+class MessageBoxPromptsTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() { test::UseOffscreenQt(); }
 
@@ -52,34 +44,35 @@ class MessageBoxPromptsTest : public ::testing::TestWithParam<PromptCase> {
   QMessageBox::StandardButtons seenButtons_;
 };
 
-TEST_P(MessageBoxPromptsTest, AnswersWithTheButtonPressed) {
-  const PromptCase& c = GetParam();
-  MessageBoxPrompts prompts;
-  AnswerNextBox(c.press);
-  EXPECT_EQ(prompts.Show(u"Clear All Selections?", u"Tessaroven Batch Converter", c.style), c.answer);
-  EXPECT_EQ(seenText_, QStringLiteral("Clear All Selections?"));
-  EXPECT_EQ(seenCaption_, QStringLiteral("Tessaroven Batch Converter"));
-  EXPECT_EQ(seenIcon_, c.icon);
-  if (c.press != QMessageBox::NoButton) {
-    EXPECT_TRUE(seenButtons_.testFlag(c.press));
+// Each style shows its buttons and icon and answers with the button pressed; closing
+// the box with Escape (NoButton here) answers No or Cancel.
+TEST_F(MessageBoxPromptsTest, AnswersWithTheButtonPressed) {
+  const struct {
+    std::uint32_t style;
+    QMessageBox::StandardButton press;
+    int answer;
+    QMessageBox::Icon icon;
+  } cases[] = {
+      {kPromptOk | kPromptIconError, QMessageBox::Ok, kAnswerOk, QMessageBox::Critical},
+      {kPromptYesNo | kPromptIconQuestion, QMessageBox::Yes, kAnswerYes, QMessageBox::Question},
+      {kPromptYesNo | kPromptIconQuestion, QMessageBox::No, kAnswerNo, QMessageBox::Question},
+      {kPromptYesNo, QMessageBox::NoButton, kAnswerNo, QMessageBox::NoIcon},
+      {kPromptRetryCancel | kPromptIconWarning, QMessageBox::Retry, kAnswerRetry, QMessageBox::Warning},
+      {kPromptRetryCancel | kPromptIconWarning, QMessageBox::Cancel, kAnswerCancel, QMessageBox::Warning},
+      {kPromptRetryCancel, QMessageBox::NoButton, kAnswerCancel, QMessageBox::NoIcon},
+      {kPromptOk | kPromptIconInformation, QMessageBox::Ok, kAnswerOk, QMessageBox::Information},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << "style " << c.style << ", button " << c.press);
+    MessageBoxPrompts prompts;
+    AnswerNextBox(c.press);
+    EXPECT_EQ(prompts.Show(u"Clear All Selections?", u"Tessaroven Batch Converter", c.style), c.answer);
+    EXPECT_EQ(seenText_, QStringLiteral("Clear All Selections?"));
+    EXPECT_EQ(seenCaption_, QStringLiteral("Tessaroven Batch Converter"));
+    EXPECT_EQ(seenIcon_, c.icon);
+    EXPECT_TRUE(c.press == QMessageBox::NoButton || seenButtons_.testFlag(c.press));
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Styles, MessageBoxPromptsTest,
-    ::testing::Values(
-        PromptCase{"OkError", kPromptOk | kPromptIconError, QMessageBox::Ok, kAnswerOk, QMessageBox::Critical},
-        PromptCase{"Yes", kPromptYesNo | kPromptIconQuestion, QMessageBox::Yes, kAnswerYes, QMessageBox::Question},
-        PromptCase{"No", kPromptYesNo | kPromptIconQuestion, QMessageBox::No, kAnswerNo, QMessageBox::Question},
-        PromptCase{"YesNoEscaped", kPromptYesNo, QMessageBox::NoButton, kAnswerNo, QMessageBox::NoIcon},
-        PromptCase{"Retry", kPromptRetryCancel | kPromptIconWarning, QMessageBox::Retry, kAnswerRetry,
-                   QMessageBox::Warning},
-        PromptCase{"Cancel", kPromptRetryCancel | kPromptIconWarning, QMessageBox::Cancel, kAnswerCancel,
-                   QMessageBox::Warning},
-        PromptCase{"RetryEscaped", kPromptRetryCancel, QMessageBox::NoButton, kAnswerCancel, QMessageBox::NoIcon},
-        PromptCase{"Information", kPromptOk | kPromptIconInformation, QMessageBox::Ok, kAnswerOk,
-                   QMessageBox::Information}),
-    [](const auto& p) { return std::string(p.param.name); });
 
 // A worker's question (a file it cannot write, say) opens on the window's thread
 // while the worker waits for the answer.

@@ -35,30 +35,25 @@ TEST_F(NewProfileDialogTest, CreateFollowsThePlaceholderRules) {
   EXPECT_EQ(name->text().size(), kMaxProfileNameLength);
 }
 
-struct CreateCase {
-  bool withSelections;
-  std::u16string result;
-};
-
-class NewProfileCreateTest : public NewProfileDialogTest, public ::testing::WithParamInterface<CreateCase> {};
-
-TEST_P(NewProfileCreateTest, ResultCarriesTheSuffixWithoutSelections) {
-  frmNewProfile dialog(nullptr);
-  dialog.NameField()->setText(QStringLiteral("Jazz"));
-  dialog.SelectionsBox()->setChecked(GetParam().withSelections);
-  dialog.CreateButton()->click();
-  EXPECT_EQ(dialog.result(), 1);
-  EXPECT_EQ(dialog.Result(), GetParam().result);
-}
-
-INSTANTIATE_TEST_SUITE_P(Selections, NewProfileCreateTest,
-                         ::testing::Values(CreateCase{true, u"Jazz"}, CreateCase{false, u"Jazz [No File Selections]"}));
-
-TEST_F(NewProfileDialogTest, CancelGivesNothing) {
-  frmNewProfile dialog(nullptr);
-  dialog.NameField()->setText(QStringLiteral("Jazz"));
-  dialog.reject();
-  EXPECT_TRUE(dialog.Result().empty());
+// Create gives the name, with a suffix when the selections are left out; Cancel
+// gives nothing.
+TEST_F(NewProfileDialogTest, ResultCarriesTheSuffixWithoutSelectionsAndCancelGivesNothing) {
+  const struct {
+    bool withSelections, create;
+    std::u16string result;
+  } cases[] = {{true, true, u"Jazz"}, {false, true, u"Jazz [No File Selections]"}, {true, false, u""}};
+  for (const auto& c : cases) {
+    frmNewProfile dialog(nullptr);
+    dialog.NameField()->setText(QStringLiteral("Jazz"));
+    dialog.SelectionsBox()->setChecked(c.withSelections);
+    if (c.create) {
+      dialog.CreateButton()->click();
+    } else {
+      dialog.reject();
+    }
+    EXPECT_EQ(dialog.result(), c.create ? 1 : 0);
+    EXPECT_EQ(dialog.Result(), c.result);
+  }
 }
 
 TEST_F(NewProfileDialogTest, SavesAScreenshot) {

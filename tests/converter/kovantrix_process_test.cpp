@@ -121,8 +121,8 @@ TEST(KovantrixTest, BadUsageAndUnreadableListsSaySo) {
 }
 
 // Unknown arguments and a selector that stopped waiting are reported, not fatal; a
-// profile brings its own folder, which the format of the command line overrides;
-// names that are not UTF-8 arrive byte for byte.
+// profile brings its own folder and format (the command line's format, where given,
+// wins); names that are not UTF-8 arrive byte for byte.
 TEST(KovantrixTest, NotesAProfileAndNamesThatAreNotUtf8) {
   TempDir in;
   TempDir phone;
@@ -130,16 +130,16 @@ TEST(KovantrixTest, NotesAProfileAndNamesThatAreNotUtf8) {
   // "Albüm/café.wav" in Latin-1: bytes that are not UTF-8.
   const std::u16string folder = u"Alb\xDCFCm";
   const std::u16string listFile = in / u"l.tmp";
-  tessaroven::WriteListFile(listFile, {Put(in, DataFile(u"tone.wav"), folder, u"caf\xDCE9.wav")});
+  tessaroven::WriteListFile(listFile, {Put(in, DataFile(u"tone.flac"), folder, u"caf\xDCE9.flac")});
   Process kovantrix(KOVANTRIX_PATH, {Arg(u"-list_to_conv", listFile), Arg(u"-signal_event_got_files", EventName()),
-                                     "-newoption=1", "--no-window", "-additionalprofile=Phone", "--format=mp3"});
+                                     "-newoption=1", "--no-window", "-additionalprofile=Phone", "--format=opus"});
   EXPECT_EQ(kovantrix.Wait(), 0);
   const std::string err = kovantrix.Err();
   EXPECT_NE(err.find("ignoring the unknown argument '-newoption=1'"), std::string::npos) << err;
   EXPECT_NE(err.find("the selector is no longer waiting"), std::string::npos) << err;
   EXPECT_EQ(ListFolder(phone.Path()), std::vector<std::u16string>{folder});
-  EXPECT_EQ(Utf16ToUtf8(ListFolder(phone / folder + u"/").at(0)), "caf\xE9.mp3");
-  EXPECT_EQ(DecodeWhole(phone / folder + u"/caf\xDCE9.mp3").info.codec, AV_CODEC_ID_MP3);
+  EXPECT_EQ(Utf16ToUtf8(ListFolder(phone / folder + u"/").at(0)), "caf\xE9.opus");
+  EXPECT_EQ(DecodeWhole(phone / folder + u"/caf\xDCE9.opus").info.codec, AV_CODEC_ID_OPUS);
 }
 
 // The little-endian bytes of `value`.

@@ -77,6 +77,15 @@ class MainWindowTest : public ::testing::Test {
     return window;
   }
 
+  // A rectangle as closing a window that is not fitted saves it.
+  static void SaveRestoredRect(const ScreenRect& rect) {
+    SettingsSetDword(1, kNotMaxValue);
+    SettingsSetDword(static_cast<std::uint32_t>(rect.left), kLeftValue);
+    SettingsSetDword(static_cast<std::uint32_t>(rect.top), kTopValue);
+    SettingsSetDword(static_cast<std::uint32_t>(rect.right), kRightValue);
+    SettingsSetDword(static_cast<std::uint32_t>(rect.bottom), kBottomValue);
+  }
+
   static QModelIndex IndexOfPath(frmMain& window, const std::u16string& path) {
     window.OpenPath(path);
     const QModelIndex index = window.Tree()->currentIndex();
@@ -102,26 +111,34 @@ class MainWindowTest : public ::testing::Test {
 };
 
 // A first start opens fitted with the divider at a third, and a restore goes back
-// to the middle of the desktop; a saved rectangle comes back as it was, as does the
-// divider, though never below 100, where a drag stops too.
+// to the middle of the desktop; a change of the screens is answered once they have
+// settled, when the tick fits the window again only after five seconds. A saved
+// position off every screen falls back to the middle; a saved rectangle comes back
+// as it was, as does the divider, though never below 100, where a drag stops too.
 TEST_F(MainWindowTest, OpensFittedOrAsSavedAndTheDividerStopsAt100) {
   {
     auto window = Open(selector_);
     const QScreen* screen = window->screen();
     ASSERT_NE(screen, nullptr);
     EXPECT_TRUE(window->IsFitted());
-    EXPECT_EQ(
-        ScreenRect::FromQRect(window->geometry()),
-        FitToWorkArea(ScreenRect::FromQRect(screen->availableGeometry()), ScreenRect::FromQRect(screen->geometry())));
+    const QRect fitted = window->geometry();
+    EXPECT_EQ(ScreenRect::FromQRect(fitted), FitToWorkArea(ScreenRect::FromQRect(screen->availableGeometry()),
+                                                           ScreenRect::FromQRect(screen->geometry())));
     EXPECT_EQ(window->Divider(), std::max(QGuiApplication::primaryScreen()->availableGeometry().width() / 3, 100));
     EXPECT_EQ(window->SavedRect(),
               MiddleThreeFifths(ScreenRect::FromQRect(QGuiApplication::primaryScreen()->geometry())));
+    window->setGeometry(fitted.adjusted(50, 50, -50, -50));
+    window->DisplayChanged();
+    window->Tick();
+    EXPECT_NE(window->geometry(), fitted);
+    QTest::qWait(static_cast<int>(kDisplayChangeDelayMs) + 100);
+    window->Tick();
+    EXPECT_EQ(window->geometry(), fitted);
   }
-  SettingsSetDword(1, kNotMaxValue);
-  SettingsSetDword(100, kLeftValue);
-  SettingsSetDword(80, kTopValue);
-  SettingsSetDword(700, kRightValue);
-  SettingsSetDword(500, kBottomValue);
+  SaveRestoredRect({-9000, -9000, -8000, -8200});
+  EXPECT_TRUE(QGuiApplication::primaryScreen()->geometry().contains(Open(selector_)->geometry().center()));
+
+  SaveRestoredRect({100, 80, 700, 500});
   SettingsSetDword(50, kDividerValue);
   auto window = Open(selector_);
   EXPECT_FALSE(window->IsFitted());
@@ -147,31 +164,6 @@ TEST_F(MainWindowTest, OpensFittedOrAsSavedAndTheDividerStopsAt100) {
   maximise->click();
   EXPECT_FALSE(window->IsFitted());
   EXPECT_EQ(ScreenRect::FromQRect(window->geometry()), (ScreenRect{100, 80, 700, 500}));
-}
-
-// A change of the screens is answered once they have settled: the tick fits the
-// window again only after five seconds.
-TEST_F(MainWindowTest, ADisplayChangeRefitsTheWindowAfterFiveSeconds) {
-  auto window = Open(selector_);
-  ASSERT_TRUE(window->IsFitted());
-  const QRect fitted = window->geometry();
-  window->setGeometry(fitted.adjusted(50, 50, -50, -50));
-  window->DisplayChanged();
-  window->Tick();
-  EXPECT_NE(window->geometry(), fitted);
-  QTest::qWait(static_cast<int>(kDisplayChangeDelayMs) + 100);
-  window->Tick();
-  EXPECT_EQ(window->geometry(), fitted);
-}
-
-TEST_F(MainWindowTest, ASavedPositionOffEveryScreenFallsBackToTheMiddle) {
-  SettingsSetDword(1, kNotMaxValue);
-  SettingsSetDword(static_cast<std::uint32_t>(-9000), kLeftValue);
-  SettingsSetDword(static_cast<std::uint32_t>(-9000), kTopValue);
-  SettingsSetDword(static_cast<std::uint32_t>(-8000), kRightValue);
-  SettingsSetDword(static_cast<std::uint32_t>(-8200), kBottomValue);
-  auto window = Open(selector_);
-  EXPECT_TRUE(QGuiApplication::primaryScreen()->geometry().contains(window->geometry().center()));
 }
 
 // Clicking the image and pressing Space walk the same cycle; the list's ticks follow

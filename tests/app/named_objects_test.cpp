@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <functional>
 #include <thread>
 #include <typeinfo>
 
@@ -30,11 +29,6 @@ constexpr milliseconds kPatience{20000};
 
 // Opens the named object of one kind; the same call for every kind, so that the
 // lifetime rules are checked alike for all three.
-struct KindCase {
-  const char* name;
-  std::function<std::unique_ptr<NamedObject>(std::u16string_view)> open;
-};
-
 std::unique_ptr<NamedObject> OpenEvent(std::u16string_view name) {
   auto event = std::make_unique<NamedEvent>();
   event->Create(name);
@@ -50,42 +44,41 @@ std::unique_ptr<NamedObject> OpenBlock(std::u16string_view name) {
   block->Create(name, 520);
   return block;
 }
+using Opener = std::unique_ptr<NamedObject> (*)(std::u16string_view);
+constexpr Opener kEveryKind[] = {OpenEvent, OpenMutex, OpenBlock};
 
-class EveryKind : public testing::TestWithParam<KindCase> {};
-
-TEST_P(EveryKind, ExistsBeforeOnlyWhileAnotherHandleIsOpen) {
+TEST(NamedObjects, ExistBeforeOnlyWhileAnotherHandleIsOpen) {
   const std::u16string name = u"tessaroven-test-lifetime";
-  auto first = GetParam().open(name);
-  ASSERT_TRUE(first->IsOpen()) << Utf16ToUtf8(first->Error());
-  EXPECT_FALSE(first->ExistedBefore());
-  auto second = GetParam().open(name);
-  ASSERT_TRUE(second->IsOpen());
-  EXPECT_TRUE(second->ExistedBefore());
-  first.reset();
-  auto third = GetParam().open(name);
-  EXPECT_TRUE(third->ExistedBefore()) << "the second handle still holds it";
-  second.reset();
-  third.reset();
-  EXPECT_FALSE(GetParam().open(name)->ExistedBefore());
-}
-
-TEST_P(EveryKind, OneNameIsOneObject) {
-  // The same name as an object of another kind cannot be opened as this kind.
-  const std::u16string name = u"tessaroven-test-one-name";
-  for (const auto& other : {OpenEvent, OpenMutex, OpenBlock}) {
-    auto held = other(name);
-    ASSERT_TRUE(held->IsOpen());
-    auto mine = GetParam().open(name);
-    const bool sameKind = typeid(*held) == typeid(*mine);
-    EXPECT_EQ(mine->IsOpen(), sameKind);
-    EXPECT_EQ(mine->Error().empty(), sameKind);
+  for (const Opener open : kEveryKind) {
+    auto first = open(name);
+    ASSERT_TRUE(first->IsOpen()) << Utf16ToUtf8(first->Error());
+    EXPECT_FALSE(first->ExistedBefore());
+    auto second = open(name);
+    ASSERT_TRUE(second->IsOpen());
+    EXPECT_TRUE(second->ExistedBefore()) << typeid(*first).name();
+    first.reset();
+    auto third = open(name);
+    EXPECT_TRUE(third->ExistedBefore()) << "the second handle still holds it";
+    second.reset();
+    third.reset();
+    EXPECT_FALSE(open(name)->ExistedBefore());
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(NamedObjects, EveryKind,
-                         testing::Values(KindCase{"Event", OpenEvent}, KindCase{"Mutex", OpenMutex},
-                                         KindCase{"Block", OpenBlock}),
-                         [](const auto& p) { return std::string(p.param.name); });
+// The same name as an object of another kind cannot be opened as this kind.
+TEST(NamedObjects, OneNameIsOneObject) {
+  const std::u16string name = u"tessaroven-test-one-name";
+  for (const Opener open : kEveryKind) {
+    for (const Opener other : kEveryKind) {
+      auto held = other(name);
+      ASSERT_TRUE(held->IsOpen());
+      auto mine = open(name);
+      const bool sameKind = typeid(*held) == typeid(*mine);
+      EXPECT_EQ(mine->IsOpen(), sameKind) << typeid(*held).name() << " / " << typeid(*mine).name();
+      EXPECT_EQ(mine->Error().empty(), sameKind);
+    }
+  }
+}
 
 // Manual reset: looking does not clear it; a waiter on another thread wakes when it
 // is set, with and without a time limit. A closed or failed event does nothing.

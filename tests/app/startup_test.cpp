@@ -151,21 +151,10 @@ TEST(Startup, TwentyStartsInQuickSuccessionDeliverEveryPathInTheOrderTheyGotTheC
   EXPECT_EQ(received, expected);
 }
 
-TEST(Startup, SecondStartWithOnlySpacesOpensAWindowThatAlsoTakesPaths) {
-  TempDir dir;
-  RunningSelector first(dir, "first");
-  ASSERT_EQ(first.Role(), kFirst);
-  RunningSelector second(dir, "second", u"   ");
-  ASSERT_EQ(second.Role(), kOwnWindow);
-
-  // With the first one gone, the second one alone is left to answer.
-  EXPECT_EQ(first.Stop(), kFirst);
-  EXPECT_EQ(StartAgain(dir, "late", u" /music/late"), kHandedOff);
-  EXPECT_EQ(second.Received(1), std::vector<std::u16string>{u"/music/late"});
-  EXPECT_EQ(second.Stop(), kOwnWindow);
-}
-
-TEST(Startup, WhileTheAcceptEventIsResetASecondStartOpensItsOwnWindow) {
+// While the accept event is reset (as while the selector hands files to the
+// converter) a second start opens its own window; so does one with only spaces,
+// and once the first is gone that window alone is left to take paths.
+TEST(Startup, ASecondStartOpensItsOwnWindowWhileTheSelectorDoesNotAcceptOrWithoutAPath) {
   TempDir dir;
   RunningSelector first(dir, "first");
   ASSERT_EQ(first.Role(), kFirst);
@@ -173,15 +162,19 @@ TEST(Startup, WhileTheAcceptEventIsResetASecondStartOpensItsOwnWindow) {
   ASSERT_TRUE(accept.Create(kAcceptEventName));
   ASSERT_TRUE(pickup.Create(kPickupEventName));
   ASSERT_TRUE(accept.ExistedBefore());
-
-  accept.Reset();  // as while the selector hands files to the converter
+  accept.Reset();
   EXPECT_EQ(StartAgain(dir, "busy", u" /music/busy"), kOwnWindow);
   EXPECT_FALSE(pickup.Wait(milliseconds(0)));
-
   accept.Set();
   EXPECT_EQ(StartAgain(dir, "ready", u" /music/ready"), kHandedOff);
   EXPECT_EQ(first.Received(1), std::vector<std::u16string>{u"/music/ready"});
+
+  RunningSelector second(dir, "second", u"   ");
+  ASSERT_EQ(second.Role(), kOwnWindow);
   EXPECT_EQ(first.Stop(), kFirst);
+  EXPECT_EQ(StartAgain(dir, "late", u" /music/late"), kHandedOff);
+  EXPECT_EQ(second.Received(1), std::vector<std::u16string>{u"/music/late"});
+  EXPECT_EQ(second.Stop(), kOwnWindow);
 }
 
 // Ended cleanly or killed: to the next start the two look alike to the system, as

@@ -166,49 +166,6 @@ TEST_F(MainWindowTest, OpensFittedOrAsSavedAndTheDividerStopsAt100) {
   EXPECT_EQ(ScreenRect::FromQRect(window->geometry()), (ScreenRect{100, 80, 700, 500}));
 }
 
-// Clicking the image and pressing Space walk the same cycle; the list's ticks follow
-// the folder's state: all files with the folder chosen either way, none otherwise.
-struct TickStep {
-  TreeCheckState folder;
-  int fileImage;
-};
-
-class MainWindowTickTest : public MainWindowTest, public ::testing::WithParamInterface<bool> {};
-
-TEST_P(MainWindowTickTest, CyclesStatesAndTheListFollows) {
-  const bool withSpace = GetParam();
-  auto window = Open(selector_);
-  const std::u16string lib = FolderText(Library());
-  const QModelIndex index = IndexOfPath(*window, lib);
-  ASSERT_EQ(window->ListModel()->RowCount(), std::size(kLibraryFiles));
-  const NodeId node = window->TreeModel()->NodeOf(index);
-  if (!withSpace) {
-    // A click beside the image only selects.
-    const QRect item = window->Tree()->visualRect(index);
-    QTest::mouseClick(window->Tree()->viewport(), Qt::LeftButton, {}, QPoint(item.right() - 2, item.center().y()));
-    EXPECT_EQ(window->Selection().Tree().StateOf(node), TreeCheckState::csUnchecked);
-  }
-  const TickStep steps[] = {{TreeCheckState::csFolderAndSub, kFileImageTicked},
-                            {TreeCheckState::csFolderNoSub, kFileImageTicked},
-                            {TreeCheckState::csUnchecked, kFileImageUnticked}};
-  for (const TickStep& step : steps) {
-    if (withSpace) {
-      window->Tree()->setFocus();
-      QTest::keyClick(window->Tree(), Qt::Key_Space);
-    } else {
-      ClickTickImage(*window, index);
-    }
-    EXPECT_EQ(window->Selection().Tree().StateOf(node), step.folder);
-    EXPECT_EQ(RowImages(*window), std::vector<int>(std::size(kLibraryFiles), step.fileImage));
-  }
-  // The Music place above shows what is chosen below it only while something is.
-  const NodeId music = window->Selection().Tree().ParentOf(node);
-  EXPECT_EQ(window->Selection().Tree().StateOf(music), TreeCheckState::csUnchecked);
-}
-
-INSTANTIATE_TEST_SUITE_P(ClickAndSpace, MainWindowTickTest, ::testing::Values(false, true),
-                         [](const auto& param) { return param.param ? "Space" : "Click"; });
-
 // The cell named `text` as assistive technology finds it: among the view's children.
 QAccessibleInterface* AccessibleCell(QAbstractItemView* view, const QString& text) {
   QAccessibleInterface* table = QAccessible::queryAccessibleInterface(view);
@@ -220,9 +177,13 @@ QAccessibleInterface* AccessibleCell(QAbstractItemView* view, const QString& tex
   return nullptr;
 }
 
-// Every control has a name, and the toggle action walks a folder's tick through
-// the same cycle as a click and unticks a file's row.
-TEST_F(MainWindowTest, AssistiveTechnologyNamesEveryControlAndTogglesTicks) {
+// Every control has a name. A click on the tick image, Space and the assistive
+// toggle action each move a folder's tick one step round the same cycle (with
+// sub-folders, without, none); a click beside the image only selects. The list's
+// ticks follow the folder: all files while it is chosen either way, none otherwise,
+// and the Music place above shows a mixed state only while something below is
+// chosen. The toggle action also unticks a file's row.
+TEST_F(MainWindowTest, ClickSpaceAndTheToggleActionWalkTheTickCycleAndControlsAreNamed) {
   auto window = Open(selector_);
   for (QWidget* control : window->findChildren<QWidget*>()) {
     if (!control->isVisibleTo(window.get())) continue;
@@ -235,20 +196,34 @@ TEST_F(MainWindowTest, AssistiveTechnologyNamesEveryControlAndTogglesTicks) {
   }
 
   const QModelIndex index = IndexOfPath(*window, FolderText(Library()));
+  ASSERT_EQ(window->ListModel()->RowCount(), std::size(kLibraryFiles));
   const NodeId node = window->TreeModel()->NodeOf(index);
   QAccessibleInterface* folder = AccessibleCell(window->Tree(), QStringLiteral("Lib"));
   ASSERT_NE(folder, nullptr);
   ASSERT_NE(folder->actionInterface(), nullptr);
   EXPECT_TRUE(folder->state().checkable);
-  EXPECT_FALSE(folder->state().checked);
   const QString toggle = QAccessibleActionInterface::toggleAction();
   EXPECT_TRUE(folder->actionInterface()->actionNames().contains(toggle));
+  const QRect item = window->Tree()->visualRect(index);
+  QTest::mouseClick(window->Tree()->viewport(), Qt::LeftButton, {}, QPoint(item.right() - 2, item.center().y()));
+
+  auto expectState = [&](TreeCheckState state, int fileImage) {
+    EXPECT_EQ(window->Selection().Tree().StateOf(node), state);
+    EXPECT_EQ(RowImages(*window), std::vector<int>(std::size(kLibraryFiles), fileImage));
+    EXPECT_EQ(folder->state().checked, state != TreeCheckState::csUnchecked);
+    EXPECT_EQ(AccessibleCell(window->Tree(), QStringLiteral("Music"))->state().checkStateMixed,
+              state != TreeCheckState::csUnchecked);
+  };
+  expectState(TreeCheckState::csUnchecked, kFileImageUnticked);
+  ClickTickImage(*window, index);
+  expectState(TreeCheckState::csFolderAndSub, kFileImageTicked);
+  window->Tree()->setFocus();
+  QTest::keyClick(window->Tree(), Qt::Key_Space);
+  expectState(TreeCheckState::csFolderNoSub, kFileImageTicked);
   folder->actionInterface()->doAction(toggle);
-  EXPECT_EQ(window->Selection().Tree().StateOf(node), TreeCheckState::csFolderAndSub);
-  EXPECT_TRUE(folder->state().checked);
+  expectState(TreeCheckState::csUnchecked, kFileImageUnticked);
   folder->actionInterface()->doAction(toggle);
-  EXPECT_EQ(window->Selection().Tree().StateOf(node), TreeCheckState::csFolderNoSub);
-  EXPECT_TRUE(AccessibleCell(window->Tree(), QStringLiteral("Music"))->state().checkStateMixed);
+  expectState(TreeCheckState::csFolderAndSub, kFileImageTicked);
 
   QAccessibleInterface* row = AccessibleCell(window->List(), QStringLiteral("tone.flac"));
   ASSERT_NE(row, nullptr);

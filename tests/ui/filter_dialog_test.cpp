@@ -101,31 +101,28 @@ TEST_F(FilterDialogTest, OkWritesTheMarkedSetAndTheSwitch) {
   }
 }
 
-TEST_F(FilterDialogTest, LeavingATabKeepsItsRowsAndCancelWritesNothing) {
+// Exclude All acts on the values the search found; leaving a tab keeps its rows;
+// Cancel writes nothing. Include All over every value leaves no slot active.
+TEST_F(FilterDialogTest, ExcludeAllActsOnTheValuesFoundAndCancelWritesNothing) {
   const std::u16string before = filters_.Types().ExcludedExtensionsText();
+  {
+    frmFilter dialog(filters_, nullptr);
+    const int tab = dialog.TabOfSlot(0);
+    dialog.Tabs()->setCurrentIndex(tab);
+    dialog.Search(tab)->setText(QStringLiteral("y"));
+    dialog.ExcludeAllButton()->click();
+    EXPECT_EQ(Row(dialog.Rows(tab), QStringLiteral("X"))->checkState(), Qt::Checked);
+    dialog.Tabs()->setCurrentIndex(1);
+    dialog.Tabs()->setCurrentIndex(tab);
+    EXPECT_EQ(Row(dialog.Rows(tab), QStringLiteral("Y"))->checkState(), Qt::Unchecked);
+    dialog.Tabs()->setCurrentIndex(0);
+    Row(dialog.Rows(0), QStringLiteral(".mp3"))->setCheckState(Qt::Unchecked);
+    dialog.reject();
+    EXPECT_FALSE(filters_.Metadata().AnyMetadataSlotActive());
+    EXPECT_EQ(filters_.Types().ExcludedExtensionsText(), before);
+  }
   frmFilter dialog(filters_, nullptr);
-  const int tab = dialog.TabOfSlot(0);
-  dialog.Tabs()->setCurrentIndex(tab);
-  Row(dialog.Rows(tab), QStringLiteral("Y"))->setCheckState(Qt::Unchecked);
-  dialog.Tabs()->setCurrentIndex(1);
-  dialog.Tabs()->setCurrentIndex(tab);
-  EXPECT_EQ(Row(dialog.Rows(tab), QStringLiteral("Y"))->checkState(), Qt::Unchecked);
-  dialog.Tabs()->setCurrentIndex(0);
-  Row(dialog.Rows(0), QStringLiteral(".mp3"))->setCheckState(Qt::Unchecked);
-  dialog.reject();
-  EXPECT_FALSE(filters_.Metadata().AnyMetadataSlotActive());
-  EXPECT_EQ(filters_.Types().ExcludedExtensionsText(), before);
-}
-
-TEST_F(FilterDialogTest, ExcludeAllActsOnTheValuesFound) {
-  frmFilter dialog(filters_, nullptr);
-  const int tab = dialog.TabOfSlot(0);
-  dialog.Tabs()->setCurrentIndex(tab);
-  dialog.Search(tab)->setText(QStringLiteral("y"));
-  dialog.ExcludeAllButton()->click();
-  EXPECT_EQ(Row(dialog.Rows(tab), QStringLiteral("X"))->checkState(), Qt::Checked);
-  EXPECT_EQ(Row(dialog.Rows(tab), QStringLiteral("Y"))->checkState(), Qt::Unchecked);
-  dialog.Search(tab)->clear();
+  dialog.Tabs()->setCurrentIndex(dialog.TabOfSlot(0));
   dialog.ExcludeAllButton()->click();
   dialog.IncludeAllButton()->click();
   dialog.OkButton()->click();

@@ -73,15 +73,6 @@ TEST(ColumnSet, UnknownStoredNameIsKeptAndOfferedCheckedUnderMissing) {
             (std::vector<ColumnMenuItem>{{u"audio quality", false}, {u"codec", false}, {u"Encoder", true}}));
 }
 
-TEST(ColumnSet, DefaultColumnsDiscardOrderAndWidths) {
-  ColumnSet set{{u"Bit Rate", 999}, {u"Name", 10}, {u"Mood", 40}};
-  const ColumnChoiceOutcome outcome = ApplyColumnChoice(set, {true, {}}, kDefaultMainColumns, 144);
-  EXPECT_EQ(outcome.change, ColumnChange::kDefaultsRestored);
-  ASSERT_EQ(set.size(), kDefaultMainColumns.size());
-  EXPECT_EQ(set.front(), (ColumnSpec{u"Name", 375}));
-  EXPECT_EQ(set.back(), (ColumnSpec{u"Bit Rate", 165}));
-}
-
 // A choice removes a column by name ignoring case, but asks to delete the list's
 // column only on the exact name; a name not in the set is added at its scaled default.
 TEST(ColumnSet, ChoiceRemovesIgnoringCaseAndDeletesTheListColumnOnlyOnExactName) {

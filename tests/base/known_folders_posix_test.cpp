@@ -98,13 +98,5 @@ TEST_F(SpecialFoldersPosix, PublicFoldersOnlyWhenTheyExist) {
   EXPECT_EQ(GetSpecialFolder(kFolderPublicMusic), u"");
 }
 
-// No made-up Windows path on Linux: the fallback, else nothing.
-TEST_F(SpecialFoldersPosix, WindowsOnlyFoldersYieldTheFallbackOrNothing) {
-  for (const int id : {kFolderProgramFiles, kFolderWindows, kFolderSystem, kFolderProgramFiles64}) {
-    EXPECT_EQ(GetSpecialFolder(id), u"") << id;
-    EXPECT_EQ(GetSpecialFolder(id, u"/opt/"), u"/opt/") << id;
-  }
-}
-
 }  // namespace
 }  // namespace tessaroven

@@ -63,7 +63,8 @@ TEST(SpecialFolders, UserDirsFileIsReadAsTheDesktopWritesIt) {
   for (const auto& c : cases) EXPECT_EQ(ParseXdgUserDirs(c.content, c.home), c.expected) << c.name;
 }
 
-// Without a fallback Windows answers with a made-up folder, Linux with nothing.
+// Without a fallback Windows answers with a made-up folder, Linux with nothing; on
+// Linux the Windows-only ids take this same path.
 TEST(SpecialFolders, UnknownIdYieldsTheFallbackOrThePlatformDefault) {
   constexpr int kUnknown = 0x7777;
   EXPECT_EQ(GetSpecialFolder(kUnknown, u"fallback folder"), u"fallback folder");

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <random>
 
+#include "base/text.h"
+
 namespace tessaroven {
 namespace {
 
@@ -28,25 +30,19 @@ TEST(SortedList, KeepsInsertionOrderAndASortedIndexOverRandomInput) {
   for (std::size_t i = 0; i < expected.size(); ++i) ASSERT_EQ(list.Sorted(i), expected[i]) << i;
 }
 
-TEST(SortedList, FindsUnderTheFoldAndMissesWhatIsAbsent) {
+TEST(SortedList, FindsUnderTheFoldAndAddsOnlyWhatIsAbsent) {
   STStringStorage list;
   for (const auto* ext : {u".mp3", u".FLAC", u".ogg", u".wav"}) list.Add(ext);
   EXPECT_EQ(list.Find(std::u16string_view(u".flac")), 1u);
   EXPECT_EQ(list.Find(std::u16string_view(u".WAV")), 3u);
-  EXPECT_EQ(list.Find(std::u16string_view(u".opus")), STStringStorage::npos);
-  EXPECT_EQ(list.Find(std::u16string_view(u"")), STStringStorage::npos);
-  // Below the first and above the last entry.
-  EXPECT_EQ(list.Find(std::u16string_view(u".a")), STStringStorage::npos);
-  EXPECT_EQ(list.Find(std::u16string_view(u".zzz")), STStringStorage::npos);
-}
-
-TEST(SortedList, AddUniqueKeepsTheFirstOfEqualEntries) {
-  STStringStorage list;
-  EXPECT_EQ(list.AddUnique(u".Mp3"), std::make_pair(std::size_t{0}, true));
-  EXPECT_EQ(list.AddUnique(u".ogg"), std::make_pair(std::size_t{1}, true));
-  EXPECT_EQ(list.AddUnique(u".MP3"), std::make_pair(std::size_t{0}, false));
-  EXPECT_EQ(list.Count(), 2u);
-  EXPECT_EQ(list[0], u".Mp3");
+  // Absent: between entries, empty, below the first and above the last.
+  for (const auto* absent : {u".opus", u"", u".a", u".zzz"})
+    EXPECT_EQ(list.Find(std::u16string_view(absent)), STStringStorage::npos) << Utf16ToUtf8(absent);
+  // Equal under the fold: the first spelling stays.
+  EXPECT_EQ(list.AddUnique(u".Mp3"), std::make_pair(std::size_t{0}, false));
+  EXPECT_EQ(list.AddUnique(u".opus"), std::make_pair(std::size_t{4}, true));
+  EXPECT_EQ(list.Count(), 5u);
+  EXPECT_EQ(list[0], u".mp3");
 }
 
 struct Value {

@@ -69,10 +69,8 @@ TEST(WorkerThread, StartingAgainStopsThePreviousWorkerFirst) {
   worker.Start(body, 60000ms);
   EXPECT_TRUE(worker.Stop());
   EXPECT_EQ(*runs, 2);
-}
 
-TEST(WorkerThread, WaitFinishedDoesNotAskForAStop) {
-  XWorkerThread worker;
+  // Waiting for a worker to finish does not ask it to stop.
   worker.Start([](const WorkerStop& stop) { EXPECT_FALSE(stop.Requested()); }, 1000ms);
   EXPECT_TRUE(worker.WaitFinished(-1ms));
   EXPECT_FALSE(worker.Running());

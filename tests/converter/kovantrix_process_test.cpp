@@ -2,17 +2,14 @@
 // real named event, the outputs decoded again.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <thread>
 
 #include "app/named_objects.h"
-#include "base/known_folders.h"
 #include "base/text.h"
 #include "converter/choices.h"
 #include "converter/output_file.h"
 #include "selection/conversion.h"
 #include "converter_test_support.h"
-#include "support/native_path.h"
 #include "support/test_env.h"
 
 namespace kovantrix {
@@ -221,25 +218,6 @@ TEST(KovantrixTest, TwoConvertersOnOneListWriteEachTargetOnce) {
     EXPECT_EQ(ListFolder(folder), std::vector<std::u16string>{u"f.flac"});
     EXPECT_EQ(DecodeWhole(folder + u"f.flac").samples, 19200);
   }
-}
-
-// The whole chain: the selector's command line collects the sample library and
-// hands it to the real converter beside it, which converts into the music folder.
-TEST(KovantrixTest, TheSelectorsConvertEndsInTheMusicFolder) {
-  Process cli(TESSAROVEN_CLI_PATH, {"--folder", TESSAROVEN_SAMPLES_DIR, "--convert"});
-  EXPECT_EQ(cli.Wait(), 0) << cli.Err();
-  const std::u16string converted = DefaultOutputFolder();
-  ASSERT_FALSE(converted.empty());
-  const std::string err = cli.Err();
-  EXPECT_NE(err.find("into " + Utf16ToUtf8(converted)), std::string::npos) << err;
-  for (const char16_t* file : {u"Fixture Album/01 Tone.flac", u"Fixture Album/02 Tone.flac", u"Singles/Tone.flac"}) {
-    const test::Decoded decoded = DecodeWhole(converted + file);
-    EXPECT_TRUE(decoded.opened) << Utf16ToUtf8(file);
-    EXPECT_GT(decoded.samples, 0);
-  }
-  // Tone.mp3 and Tone.opus of one folder would both be Singles/Tone.flac: one is
-  // converted, the other reported, and nothing overwritten.
-  EXPECT_NE(err.find("Skipped"), std::string::npos) << err;
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 #include "converter/transcoder.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-
-#include <csignal>
 #include <cstring>
 #include <filesystem>
 
@@ -14,7 +11,6 @@
 #include "decode/plugin_folder.h"
 #include "plugins/fake_pcm.h"
 #include "converter_test_support.h"
-#include "support/child_process.h"
 #include "support/test_env.h"
 
 namespace kovantrix {
@@ -200,39 +196,6 @@ TEST(TargetTest, AnOutputFolderThatCannotBeMadeFails) {
   const JobResult result = Convert(DataFile(u"tone.wav"), dir / u"Album/tone.flac", Format::kFlac);
   EXPECT_EQ(result.outcome, Outcome::kFailed);
   EXPECT_NE(result.message.find(u"cannot be made"), std::u16string::npos);
-}
-
-TEST(CancelTest, ACancelledConversionLeavesNoFile) {
-  TempDir dir;
-  std::atomic<bool> cancel{false};
-  int calls = 0;
-  const ConvertJob job{DataFile(u"tone-float.wav"), dir / u"tone.flac", Format::kFlac,
-                       PresetOrDefault(InfoOf(Format::kFlac), u""), false};
-  const JobResult result = ConvertFile(job, cancel, [&](double) {
-    ++calls;
-    cancel = true;
-  });
-  EXPECT_GT(calls, 0);
-  EXPECT_EQ(result.outcome, Outcome::kCancelled);
-  EXPECT_TRUE(ListFolder(dir.Path()).empty());
-}
-
-// A disk that fills up mid-file, as far as a process can tell: a file-size limit.
-TESSAROVEN_TEST_CHILD(convert_with_size_limit) {
-  std::signal(SIGXFSZ, SIG_IGN);
-  const rlimit limit{8192, 8192};
-  setrlimit(RLIMIT_FSIZE, &limit);
-  const std::u16string folder = tessaroven::Utf8ToUtf16(args.at(0));
-  const JobResult result = Convert(DataFile(u"tone.wav"), folder + u"tone.wav", Format::kWav, u"16bit");
-  return result.outcome == Outcome::kFailed && result.message.find(u"failed") != std::u16string::npos ? 0 : 1;
-}
-
-TEST(WriteFailureTest, AFullDiskFailsTheFileAndLeavesNothing) {
-  TempDir dir;
-  tessaroven::test::ChildProcess child("convert_with_size_limit", {tessaroven::Utf16ToUtf8(dir.Path())});
-  ASSERT_TRUE(child.Started());
-  EXPECT_EQ(child.Wait(), 0);
-  EXPECT_TRUE(ListFolder(dir.Path()).empty());
 }
 
 // The decoded samples of a file, plane after plane of each frame, as FFmpeg's own

@@ -26,17 +26,13 @@ class ChoicesTest : public testing::Test {
   }
 };
 
-TEST_F(ChoicesTest, NothingStoredGivesTheMusicFoldersConvertedAndFlac) {
-  const Choices choices = LoadChoices(std::nullopt);
-  const std::u16string music = tessaroven::GetSpecialFolder(tessaroven::kFolderMyMusic, u"");
-  ASSERT_FALSE(music.empty());
-  EXPECT_EQ(choices.outputFolder, music + Native(u"Converted/"));
-  EXPECT_EQ(choices.format, Format::kFlac);
-  EXPECT_EQ(choices.preset, u"default");
-  EXPECT_FALSE(choices.overwrite);
-}
-
 TEST_F(ChoicesTest, AProfileKeepsItsOwnAndFallsBackToTheGeneralOnes) {
+  // Nothing stored: the music folder's "Converted" and FLAC.
+  const Choices defaults = LoadChoices(u"Phone");
+  EXPECT_EQ(defaults.outputFolder, tessaroven::GetSpecialFolder(tessaroven::kFolderMyMusic, u"") + Native(u"Converted/"));
+  EXPECT_EQ(defaults.format, Format::kFlac);
+  EXPECT_EQ(defaults.preset, u"default");
+
   Choices general{Native(u"/general/"), Format::kOpus, u"96k", false};
   ASSERT_TRUE(SaveChoices(general, std::nullopt));
   Choices phone{Native(u"/phone/"), Format::kMp3, u"v5", true};
@@ -69,34 +65,12 @@ TEST_F(ChoicesTest, AProfileKeepsItsOwnAndFallsBackToTheGeneralOnes) {
   EXPECT_TRUE(LoadChoices(u"Other").overwrite);
 }
 
-TEST_F(ChoicesTest, StoredNonsenseFallsBackToDefaults) {
-  const std::u16string key = ChoicesKeyPath(std::nullopt);
-  ASSERT_TRUE(tessaroven::SettingsSetString(u"vorbis", u"Format", SettingsRoot::CurrentUser, key));
-  ASSERT_TRUE(tessaroven::SettingsSetString(u"v0", u"Preset", SettingsRoot::CurrentUser, key));
-  ASSERT_TRUE(tessaroven::SettingsSetDword(7, u"OverwriteRule", SettingsRoot::CurrentUser, key));
-  const Choices choices = LoadChoices(std::nullopt);
-  EXPECT_EQ(choices.format, Format::kFlac);
-  EXPECT_EQ(choices.preset, u"default");  // "v0" is an MP3 preset, not a FLAC one
-  EXPECT_FALSE(choices.overwrite);
-}
-
 TEST(ChoicesKeyTest, ProfilesLiveBelowTheConvertersKey) {
   EXPECT_EQ(ChoicesKeyPath(std::nullopt), u"Software\\Orvandelle\\Kovantrix");
   EXPECT_EQ(ChoicesKeyPath(u"Phone"), u"Software\\Orvandelle\\Kovantrix\\Profiles\\Phone");
   // A backslash in a name must not open a deeper key that another profile owns.
   EXPECT_EQ(ChoicesKeyPath(u"a\\b"), u"Software\\Orvandelle\\Kovantrix\\Profiles\\a/b");
   EXPECT_NE(ChoicesKeyPath(u""), ChoicesKeyPath(std::nullopt));
-}
-
-TEST(FormatsTest, NamesAndPresetsAreFoundWithoutRegardToCase) {
-  ASSERT_NE(FindFormat(u"FLAC"), nullptr);
-  EXPECT_EQ(FindFormat(u"Mp3")->format, Format::kMp3);
-  EXPECT_EQ(FindFormat(u"ogg"), nullptr);
-  for (const FormatInfo& info : AllFormats()) {
-    EXPECT_LT(info.defaultPreset, info.presets.size());
-    for (const Preset& preset : info.presets) EXPECT_EQ(FindPreset(info, tessaroven::AsciiFold(preset.name)), &preset);
-  }
-  EXPECT_EQ(PresetOrDefault(InfoOf(Format::kMp3), u"none").name, u"v2");
 }
 
 }  // namespace

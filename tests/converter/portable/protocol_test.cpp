@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <thread>
 
 #include "app/named_objects.h"
 #include "base/platform.h"
@@ -11,7 +10,6 @@
 #include "converter/output_file.h"
 #include "selection/conversion.h"
 #include "support/child_process.h"
-#include "support/native_path.h"
 #include "support/test_env.h"
 
 namespace kovantrix {
@@ -120,34 +118,25 @@ TEST(ListFileTest, ReadsWhatTheSelectorWrites) {
     const std::string name = "latin-\xE9.ogg";
     EXPECT_EQ(onDisk.substr(onDisk.size() - name.size()), name);
   }
+  const ListFile missing = ReadListFile(dir / u"gone.tmp");
+  EXPECT_FALSE(missing.read);
+  EXPECT_NE(missing.error.find(u"does not exist"), std::u16string::npos);
 }
 
-TEST(ListFileTest, AMissingListSaysSo) {
-  TempDir dir;
-  const ListFile read = ReadListFile(dir / u"gone.tmp");
-  EXPECT_FALSE(read.read);
-  EXPECT_NE(read.error.find(u"does not exist"), std::u16string::npos);
-}
-
-TEST(SignalTest, SetsTheSelectorsEvent) {
+// An event nobody holds is reported and not left behind for a later selector.
+TEST(SignalTest, SetsTheSelectorsEventOnlyWhenItIsHeld) {
   const std::u16string name = UniqueEventName("signal");
-  NamedEvent selector;
-  ASSERT_TRUE(selector.Create(name));
-  std::u16string error;
-  EXPECT_EQ(SignalGotFiles(name, error), SignalResult::kSignalled);
-  EXPECT_TRUE(selector.Wait(std::chrono::milliseconds(0)));
-  EXPECT_TRUE(error.empty());
-}
-
-TEST(SignalTest, AnEventNobodyHoldsIsReportedAndNotLeftBehind) {
-  const std::u16string name = UniqueEventName("gone");
   std::u16string error;
   EXPECT_EQ(SignalGotFiles(name, error), SignalResult::kNoSuchEvent);
   EXPECT_NE(error.find(u"does not exist"), std::u16string::npos);
-  NamedEvent later;
-  ASSERT_TRUE(later.Create(name));
-  EXPECT_FALSE(later.ExistedBefore());
-  EXPECT_FALSE(later.Wait(std::chrono::milliseconds(0)));
+  NamedEvent selector;
+  ASSERT_TRUE(selector.Create(name));
+  EXPECT_FALSE(selector.ExistedBefore());
+  EXPECT_FALSE(selector.Wait(std::chrono::milliseconds(0)));
+  error.clear();
+  EXPECT_EQ(SignalGotFiles(name, error), SignalResult::kSignalled);
+  EXPECT_TRUE(selector.Wait(std::chrono::milliseconds(0)));
+  EXPECT_TRUE(error.empty());
 }
 
 // The converter's side in a process of its own: it reads the list, writes what it
@@ -160,6 +149,7 @@ TESSAROVEN_TEST_CHILD(receive_list) {
   return static_cast<int>(received.list.paths.size());
 }
 
+// An unreadable list leaves the event alone; a readable one sets it only once read whole.
 TEST(ReceiveListTest, TheEventComesOnlyAfterTheWholeListWasRead) {
   TempDir dir;
   std::vector<std::u16string> files;
@@ -167,29 +157,23 @@ TEST(ReceiveListTest, TheEventComesOnlyAfterTheWholeListWasRead) {
   const std::u16string list = dir / u"TMP2.tmp";
   ASSERT_TRUE(tessaroven::WriteListFile(list, files));
   const std::u16string name = UniqueEventName("receive");
+  const std::string signal = "-signal_event_got_files=" + tessaroven::Utf16ToUtf8(name);
   NamedEvent selector;
   ASSERT_TRUE(selector.Create(name));
 
-  tessaroven::test::ChildProcess converter(
-      "receive_list", {"-list_to_conv=" + tessaroven::Utf16ToUtf8(list), "-signal_event_got_files=" + tessaroven::Utf16ToUtf8(name)});
+  tessaroven::test::ChildProcess unread("receive_list",
+                                        {"-list_to_conv=" + tessaroven::Utf16ToUtf8(dir / u"none.tmp"), signal});
+  ASSERT_TRUE(unread.Started());
+  EXPECT_EQ(unread.Wait(), 10);
+  EXPECT_FALSE(selector.Wait(std::chrono::milliseconds(0)));
+
+  tessaroven::test::ChildProcess converter("receive_list", {"-list_to_conv=" + tessaroven::Utf16ToUtf8(list), signal});
   ASSERT_TRUE(converter.Started());
   ASSERT_TRUE(selector.Wait(std::chrono::seconds(60)));
   // What the selector does once the converter has ended; done at once here, the
   // list must already be in the converter's hands.
   ASSERT_TRUE(tessaroven::DeleteListFile(list));
   EXPECT_EQ(converter.Wait(), static_cast<int>(files.size()));
-}
-
-TEST(ReceiveListTest, AnUnreadableListLeavesTheEventAlone) {
-  TempDir dir;
-  const std::u16string name = UniqueEventName("unread");
-  NamedEvent selector;
-  ASSERT_TRUE(selector.Create(name));
-  tessaroven::test::ChildProcess converter("receive_list", {"-list_to_conv=" + tessaroven::Utf16ToUtf8(dir / u"none.tmp"),
-                                                            "-signal_event_got_files=" + tessaroven::Utf16ToUtf8(name)});
-  ASSERT_TRUE(converter.Started());
-  EXPECT_EQ(converter.Wait(), 10);
-  EXPECT_FALSE(selector.Wait(std::chrono::milliseconds(0)));
 }
 
 }  // namespace

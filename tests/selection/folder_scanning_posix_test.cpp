@@ -1,14 +1,11 @@
-// What only Linux file systems can hold: links, pipes, paths longer than the system
-// opens, and names differing in case only. (Names that are not UTF-8 go through the
-// collector to the converter in the hand-off tests.)
-#include <fcntl.h>
+// What only Linux file systems can hold: links, pipes and names differing in case
+// only. (Paths longer than the system opens are named by the CLI's run tests.)
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 
-#include "base/path.h"
 #include "base/text.h"
 #include "null_view.h"
 #include "selection/folder_scanning.h"
@@ -42,13 +39,12 @@ class PosixScanTest : public ::testing::Test {
     ASSERT_EQ(symlink(std::string(target).c_str(), Os(relative).c_str()), 0);
   }
 
-  // What a walk of `lists` collects, in its own order; `tooLong` gets the paths it names.
-  Strings Collect(const SelectionLists& lists, std::vector<std::u16string>* tooLong = nullptr) {
+  // What a walk of `lists` collects, in its own order.
+  Strings Collect(const SelectionLists& lists) {
     AudioFileTest audio(filters_.Types());
     CollectContext context{lists, filters_, audio, decoder_, false, u"", cancel_, progress_};
     Strings result;
     for (const std::u16string& path : CollectFiles(context)) result.push_back(ToOsString(path));
-    if (tooLong) *tooLong = context.tooLong;
     return result;
   }
   // The files below `folder` ticked with its sub-folders, sorted.
@@ -124,34 +120,6 @@ TEST_F(PosixScanTest, SiblingsDifferingOnlyInCaseExpandInAFixedOrder) {
   Strings order;
   for (const NodeId child : model.Tree().ChildrenOf(node)) order.push_back(ToOsString(model.Tree().PathOf(child)));
   EXPECT_EQ(order, (Strings{Os("c/pop/"), Os("c/ROCK/"), Os("c/Rock/"), Os("c/rOCK/"), Os("c/rock/")}));
-}
-
-// Deeper than PATH_MAX (4096 bytes): such folders and files cannot be opened by
-// any program, so the walk names them instead of dropping them without a word.
-TEST_F(PosixScanTest, PathsTooLongForTheSystemAreReported) {
-  Make({"deep/", "deep/short.mp3"});
-  const std::string part(200, 'd');
-  std::string relative = "deep/";
-  int fd = open(Os(relative).c_str(), O_RDONLY | O_DIRECTORY);
-  ASSERT_GE(fd, 0);
-  for (int i = 0; i < 22; ++i) {  // 22 x 201 bytes: past 4096
-    ASSERT_EQ(mkdirat(fd, part.c_str(), 0700), 0);
-    const int next = openat(fd, part.c_str(), O_RDONLY | O_DIRECTORY);
-    close(fd);
-    ASSERT_GE(next, 0);
-    fd = next;
-    relative += part + "/";
-  }
-  close(fd);
-
-  SelectionLists lists;
-  lists.lstFoldersAndSub = {At("deep/")};
-  std::vector<std::u16string> tooLong;
-  EXPECT_EQ(Collect(lists, &tooLong), Strings{Os("deep/short.mp3")});
-  ASSERT_EQ(tooLong.size(), 1u);
-  EXPECT_TRUE(PathTooLongForSystem(tooLong[0]));
-  EXPECT_FALSE(PathTooLongForSystem(FolderOf(tooLong[0].substr(0, tooLong[0].size() - 1))));
-  EXPECT_TRUE(Os(relative).starts_with(ToOsString(tooLong[0])));
 }
 
 }  // namespace

@@ -11,21 +11,6 @@
 namespace tessaroven {
 namespace {
 
-std::u16string Numbered(int i) { return AsciiToUtf16("/f" + std::to_string(i) + "/"); }
-
-TEST(FolderTree, IdsKeepNamingTheirNodeWhileTheTreeGrows) {
-  FolderTree tree;
-  const NodeId root = tree.AddNode(kNoNode, u"/");
-  std::vector<NodeId> ids;
-  // Enough nodes to move the storage several times over.
-  for (int i = 0; i < 300; ++i) ids.push_back(tree.AddNode(i % 2 == 1 ? ids[0] : root, Numbered(i)));
-  for (int i = 0; i < 300; ++i) EXPECT_EQ(tree.PathOf(ids[i]), Numbered(i));
-  EXPECT_EQ(tree.NodeCount(), 301u);
-  EXPECT_EQ(tree.ChildrenOf(root).size(), 150u);
-  EXPECT_EQ(tree.ParentOf(ids[3]), ids[0]);
-  EXPECT_EQ(tree.RowOf(ids[4]), 2u);
-}
-
 TEST(FolderTree, DiscardedIdsNeverResolveAgainEvenWhenStorageIsReused) {
   FolderTree tree;
   const NodeId drive = tree.AddNode(kNoNode, u"/");

@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "base/text.h"
-
 namespace tessaroven {
 namespace {
 
@@ -98,46 +96,6 @@ INSTANTIATE_TEST_SUITE_P(
         MountCase{"InsideAHiddenFolder", "88 27 254:0 / /home/anna/.cache/mnt rw - ext4 /dev/vda rw", kDriveUnknown},
         MountCase{"SimilarNameIsNotSystem", "90 27 254:4 / /variety rw - ext4 /dev/vda4 rw", kDriveFixed}),
     [](const auto& p) { return std::string(p.param.name); });
-
-struct ExpectedDrive {
-  std::u16string path;
-  int type;
-  std::u16string label;
-  bool operator==(const ExpectedDrive&) const = default;
-};
-
-void PrintTo(const ExpectedDrive& d, std::ostream* os) { *os << Utf16ToUtf8(d.label) << " type " << d.type; }
-
-TEST(MountTable, DrivesAreSortedListedOnceAndLabelledWithTypeAndPlace) {
-  const std::vector<MountEntry> entries = ParseMountInfo(
-      "22 27 0:21 / /proc rw - proc proc rw\n"
-      "27 1 254:0 / / rw - ext4 /dev/vda rw\n"
-      "40 27 0:46 / /mnt/nas rw - autofs systemd-1 rw\n"
-      "41 40 0:47 / /mnt/nas rw - nfs4 nas:/music rw\n"  // the automounter's mount reached
-      "50 27 8:33 / /media/anna/My\\040Music rw - vfat /dev/sdc1 rw\n"
-      "56 27 8:34 / /media/Caf\\351 rw - vfat /dev/sdc2 rw\n"  // a mount point that is not UTF-8
-      "51 27 0:52 / /Mnt2 rw - tmpfs tmpfs rw\n"
-      "52 27 8:1 / /data rw - ext4 /dev/sda1 rw\n"
-      "53 52 0:53 / /data rw - tmpfs tmpfs rw\n"  // mounted over: the one on top counts
-      "54 27 8:1 / /data rw - ext4 /dev/sda1 rw\n"
-      "55 27 8:1 / /data rw - ext4 /dev/sda1 rw\n");
-  std::vector<ExpectedDrive> got;
-  for (const Place& place : DrivesFromMounts(entries, TestContext())) {
-    EXPECT_EQ(place.kind, PlaceKind::kDrive);
-    got.push_back({place.path, place.driveType, place.label});
-  }
-  const std::vector<ExpectedDrive> expected = {
-      {u"/", kDriveFixed, u"Hard Disk (/)"},
-      {u"/data/", kDriveFixed, u"Hard Disk (/data)"},
-      {u"/media/anna/My Music/", kDriveRemovable, u"Removable Disk (/media/anna/My Music)"},
-      {u"/media/Caf\xDCE9/", kDriveRemovable, u"Removable Disk (/media/Caf\xDCE9)"},
-      {u"/mnt/nas/", kDriveRemote, u"Network Drive (/mnt/nas)"},
-      // The fold puts "/Mnt2" after "/mnt/nas" ("2" follows "/"), not before every
-      // lower-case path as a byte order would.
-      {u"/Mnt2/", kDriveRamDisk, u"RAM Disk (/Mnt2)"},
-  };
-  EXPECT_EQ(got, expected);
-}
 
 }  // namespace
 }  // namespace tessaroven

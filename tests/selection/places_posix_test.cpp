@@ -10,7 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "base/text.h"
 #include "selection/places.h"
 #include "support/test_env.h"
 
@@ -18,57 +17,6 @@ namespace tessaroven {
 namespace {
 
 using std::chrono::milliseconds;
-
-TEST(PlacesPosix, TheLiveMountTableListsTheRootFirstAndNoSystemMounts) {
-  const std::vector<Place> drives = ListDrives();
-  ASSERT_FALSE(drives.empty());
-  EXPECT_EQ(drives[0].path, u"/");
-  EXPECT_EQ(drives[0].kind, PlaceKind::kDrive);
-  EXPECT_FALSE(DriveTypeLabel(drives[0].driveType).empty());
-  EXPECT_EQ(drives[0].label, std::u16string(DriveTypeLabel(drives[0].driveType)) + u" (/)");
-  for (const Place& drive : drives) {
-    EXPECT_EQ(drive.path.back(), u'/');
-    for (const std::u16string_view system : {u"/proc/", u"/sys/", u"/dev/"})
-      EXPECT_NE(drive.path.substr(0, system.size()), system) << Utf16ToUtf8(drive.path);
-  }
-}
-
-struct KnownFolderCase {
-  const char* name;
-  std::vector<std::u16string> folders;  // made below the home folder
-  std::vector<std::u16string> before;   // the places ahead of the drives: label=path below home
-  std::vector<std::u16string> after;    // those between the drives and the network
-};
-
-class KnownFolderPlaces : public testing::TestWithParam<KnownFolderCase> {};
-
-TEST_P(KnownFolderPlaces, AppearOnlyWhenTheFolderExists) {
-  test::TempDir home;
-  for (const auto& folder : GetParam().folders) ASSERT_TRUE(test::MakeFolder(home / folder));
-  test::ScopedEnv env("HOME", home.Path());
-
-  const std::vector<Place> places = ListPlaces();
-  std::vector<std::u16string> before, after;
-  bool seenDrive = false;
-  for (const Place& place : places) {
-    if (place.kind == PlaceKind::kDrive) seenDrive = true;
-    if (place.kind == PlaceKind::kDrive || place.kind == PlaceKind::kNetwork) continue;
-    ASSERT_EQ(place.path.substr(0, home.Path().size()), home.Path());
-    (seenDrive ? after : before).push_back(place.label + u"=" + place.path.substr(home.Path().size()));
-  }
-  EXPECT_EQ(before, GetParam().before);
-  EXPECT_EQ(after, GetParam().after);
-}
-
-INSTANTIATE_TEST_SUITE_P(PlacesPosix, KnownFolderPlaces,
-                         testing::Values(KnownFolderCase{"None", {}, {}, {}},
-                                         KnownFolderCase{
-                                             "All",
-                                             {u"Music", u"Videos", u"Public", u"Public/Music", u"Public/Videos"},
-                                             {u"Music=Music/", u"Public Music=Public/Music/"},
-                                             {u"Video=Videos/", u"Public Video=Public/Videos/"}},
-                                         KnownFolderCase{"MusicOnly", {u"Music", u"Public"}, {u"Music=Music/"}, {}}),
-                         [](const auto& p) { return std::string(p.param.name); });
 
 // Exit codes of the child below.
 constexpr int kChildSkipped = 77;

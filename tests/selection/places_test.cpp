@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -30,23 +29,6 @@ TEST(Places, DriveTextNamesTheVolumeOrItsTypeAndThenWhereItIs) {
 
 Place Drive(std::u16string_view path, int type = kDriveFixed) {
   return Place{PlaceKind::kDrive, DriveNodeText({}, type, path), Native(path), type};
-}
-
-TEST(Places, ListPlacesOffersOnlyExistingFoldersInTheTreeOrder) {
-  const std::vector<Place> places = ListPlaces();
-  ASSERT_FALSE(places.empty());
-  // Kinds never go back: music, drives, video, network.
-  for (std::size_t i = 1; i < places.size(); ++i) EXPECT_LE(places[i - 1].kind, places[i].kind) << i;
-  EXPECT_EQ(places.back().path, u"{ Network }");
-  Paths drivePaths, listed;
-  for (const Place& place : places) {
-    if (place.kind == PlaceKind::kDrive) drivePaths.push_back(place.path);
-    if (place.kind != PlaceKind::kMusic && place.kind != PlaceKind::kVideo) continue;
-    std::error_code error;
-    EXPECT_TRUE(std::filesystem::is_directory(std::filesystem::path(ToOsString(place.path)), error));
-  }
-  for (const Place& drive : ListDrives()) listed.push_back(drive.path);
-  EXPECT_EQ(drivePaths, listed);
 }
 
 std::vector<Place> TestPlaces() {

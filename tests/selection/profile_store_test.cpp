@@ -56,27 +56,6 @@ TEST(ProfileStoreBytes, RecordsAreWrittenExactlyInTheFileLayout) {
   EXPECT_EQ(ProfileStore().Serialize(), B({0, 0, 0, 0}));
 }
 
-TEST(ProfileStoreBytes, RecordsRoundTripInTheOrderTheKeysWereFirstSet) {
-  ProfileStore store;
-  store.SetText(u"second", u"x");
-  store.SetText(u"first", u"");
-  store.SetData(u"data", B({0xFF, 0x00, 0x7F}));  // odd byte count, zero bytes inside
-  store.SetText(u"wide", u"\u00e9\u4e2d\U0001F3B5");
-  store.SetText(u"second", u"replaced");
-  const std::vector<ProfileRecord> expected = {R(u"second", u"replaced"), R(u"first", u""),
-                                               R(u"data", u"", B({0xFF, 0x00, 0x7F})),
-                                               R(u"wide", u"\u00e9\u4e2d\U0001F3B5")};
-  EXPECT_EQ(store.Records(), expected);
-  EXPECT_EQ(ProfileStore::Parse(store.Serialize()).Records(), expected);
-}
-
-TEST(ProfileStoreBytes, TextIsCutAtAnEmbeddedZeroSoTheFileReadsBackTheSame) {
-  ProfileStore store;
-  store.SetText(std::u16string(u"key\0tail", 8), std::u16string(u"val\0ue", 6));
-  EXPECT_EQ(store.Records(), std::vector<ProfileRecord>{R(u"key", u"val")});
-  EXPECT_EQ(ProfileStore::Parse(store.Serialize()), store);
-}
-
 // Damaged and hand-made buffers: what is kept is everything before the damage.
 struct ParseCase {
   const char* name;

@@ -172,61 +172,6 @@ TEST_F(ProfilesTest, SavedFileHoldsTheKeysInTheirFixedOrderAndTheListTexts) {
   EXPECT_EQ(store.Text(u"DateFilter"), u"1,30");
 }
 
-// A profile never holds relative paths: an empty or relative entry is damage, and
-// handed to the collector it would walk a folder below wherever the program runs.
-// A path holding the separator itself falls apart the same way.
-TEST_F(ProfilesTest, EntriesThatAreEmptyOrNotAbsoluteAreLeftOutWhenLoading) {
-  ProfileStore store;
-  store.SetText(u"lstFoldersAndSub", Native(u"/m/{_{_}_}{_{_}_}music/rock/{_{_}_}/x/"));
-  store.SetText(u"lstFoldersNoSub", Native(u"/odd{_{_}_}name/"));
-  store.SetText(u"lstSingleFiles", u"a.flac");
-  store.SetText(u"lstSingleFilesExclude", Native(u"/m/b.flac"));
-  const Bytes bytes = store.Serialize();
-  WriteProfile(u"Odd", std::string(bytes.begin(), bytes.end()));
-
-  ASSERT_TRUE(profiles.LoadProfile(u"Odd"));
-  EXPECT_EQ(model.Lists().lstFoldersAndSub, (PathList{Native(u"/m/"), Native(u"/x/")}));
-  EXPECT_EQ(model.Lists().lstFoldersNoSub, PathList{Native(u"/odd")});
-  EXPECT_TRUE(model.Lists().lstSingleFiles.empty());
-  EXPECT_EQ(model.Lists().lstSingleFilesExclude, PathList{Native(u"/m/b.flac")});
-  EXPECT_EQ(profiles.LastLoad().skippedPaths, (PathList{u"", Native(u"music/rock/"), Native(u"name/"), u"a.flac"}));
-  EXPECT_EQ(profiles.LastLoad().path, ProfilePath(u"Odd"));
-  EXPECT_TRUE(profiles.LastLoad().read);
-  EXPECT_EQ(profiles.LastLoad().damageAt, std::nullopt);
-}
-
-// A file written by hand in the documented layout, every byte spelled out.
-TEST_F(ProfilesTest, HandWrittenFileLoads) {
-  const std::string file(
-      "\x03\x00\x00\x00"  // three records
-      // 50 bytes: "lstSingleFiles" = "/a.flac"
-      "\x32\x00\x00\x00"
-      "l\0s\0t\0S\0i\0n\0g\0l\0e\0F\0i\0l\0e\0s\0\0\0"
-      "/\0a\0.\0f\0l\0a\0c\0\0\0"
-      // 30 bytes: "Filter2" = "" with the keys 5 and 0x01020304
-      "\x1E\x00\x00\x00"
-      "F\0i\0l\0t\0e\0r\0002\0\0\0"
-      "\0\0"
-      "\x05\x00\x00\x00\x04\x03\x02\x01"
-      // 36 bytes: "DateFilter" = "1,30"
-      "\x24\x00\x00\x00"
-      "D\0a\0t\0e\0F\0i\0l\0t\0e\0r\0\0\0"
-      "1\0,\0003\0000\0\0\0",
-      4 + 50 + 30 + 36);
-  WriteProfile(u"Hand", file);
-  ChooseA();
-
-  ASSERT_TRUE(profiles.LoadProfile(u"Hand"));
-  // Whatever the file does not name is reset.
-  SelectionLists lists;
-  lists.lstSingleFiles = {u"/a.flac"};
-  FilterState expected(FilterFieldNames{});
-  expected.Metadata().Slot(2).Marked().Add(5);
-  expected.Metadata().Slot(2).Marked().Add(0x01020304);
-  expected.Date().Set(1, 30);
-  EXPECT_EQ(BuildProfileStore(model.Lists(), filters), BuildProfileStore(lists, expected));
-}
-
 // Files that are empty, short or damaged: the selection is reset, the records before
 // the damage load, and the filters missing from the file are off.
 struct BadFileCase {

@@ -44,6 +44,11 @@ TEST_F(SpecialFoldersPosix, DataAndProfileFollowTheBaseDirectories) {
   // A relative value is invalid by the XDG rules and ignored.
   setenv("XDG_DATA_HOME", "relative/data", 1);
   EXPECT_EQ(GetSpecialFolder(kFolderAppData), Home("/.local/share/"));
+  // Without XDG_CONFIG_HOME the user folders are read from ~/.config.
+  unsetenv("XDG_CONFIG_HOME");
+  ASSERT_TRUE(test::MakeFolder(Home("/.config")));
+  ASSERT_TRUE(test::WriteBytes(Home("/.config/user-dirs.dirs"), "XDG_MUSIC_DIR=\"$HOME/from dot config\"\n"));
+  EXPECT_EQ(GetSpecialFolder(kFolderMyMusic), Home("/from dot config/"));
   setenv("HOME", (home_ + "//").c_str(), 1);
   EXPECT_EQ(GetSpecialFolder(kFolderUserProfile), Home("/"));
 }
@@ -72,13 +77,6 @@ TEST_F(SpecialFoldersPosix, UserFoldersFollowTheUserDirsFile) {
     EXPECT_EQ(GetSpecialFolder(c.id), u"");
     EXPECT_EQ(GetSpecialFolder(c.id, u"/fallback/"), u"/fallback/");
   }
-}
-
-TEST_F(SpecialFoldersPosix, ConfigHomeDefaultsToDotConfig) {
-  unsetenv("XDG_CONFIG_HOME");
-  std::filesystem::create_directories(home_ + "/.config");
-  ASSERT_TRUE(test::WriteBytes(Home("/.config/user-dirs.dirs"), "XDG_MUSIC_DIR=\"$HOME/from dot config\"\n"));
-  EXPECT_EQ(GetSpecialFolder(kFolderMyMusic), Home("/from dot config/"));
 }
 
 TEST_F(SpecialFoldersPosix, PublicFoldersOnlyWhenTheyExist) {

@@ -6,7 +6,6 @@
 #include <ostream>
 #include <string>
 
-#include "base/format.h"
 #include "base/regional_settings.h"
 #include "base/settings.h"
 #include "support/test_env.h"
@@ -27,21 +26,6 @@ void EraseStoredRegionalValue(std::u16string_view name) {
 }  // namespace test
 
 namespace {
-
-TEST(RegionalPosix, CLocalesStillGroupWithComma) {
-  for (const char* name : {"C", "C.UTF-8", "POSIX"}) {
-    const test::ScopedEnv locale("LC_ALL", name);
-    const RegionalValues values = PlatformRegionalValues();
-    EXPECT_EQ(values.decimal, u".") << name;
-    EXPECT_EQ(values.thousand, u"") << name;
-    EXPECT_EQ(values.grouping, u"") << name;
-    EXPECT_EQ(values.time, u":") << name;
-    // The C locale has no group separator; the fallback keeps numbers grouped.
-    const RegionalSettings regional = ResolveRegionalSettings({}, values);
-    EXPECT_EQ(FormatSize(1024 * 1024 - 1, false, regional), u"1,024 KB") << name;
-    EXPECT_EQ(FormatSize(-1024 * 1024, false, regional), u"-1.00 MB") << name;
-  }
-}
 
 TEST(RegionalPosix, UnknownLocaleGivesFallbacks) {
   // A LANG naming a locale that is not installed is common on minimal systems.

@@ -3,13 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <atomic>
 #include <limits>
 #include <optional>
 #include <ostream>
-#include <thread>
 #include <utility>
-#include <vector>
 
 #include "base/format.h"
 #include "base/settings.h"
@@ -88,51 +85,42 @@ TEST(Regional, LocaleGroupingAndTimePatternsTranslate) {
 // ---------------------------------------------------------------------------------
 // The real settings store
 
-constexpr std::array<std::u16string_view, 8> kValueNames = {
-    u"iLZero", u"iNegNumber", u"sGrouping", u"sNegativeSign", u"sPositiveSign", u"sThousand", u"sDecimal", u"sTime"};
+// The eight values under their names, each set apart from what any locale gives.
+constexpr std::pair<std::u16string_view, std::u16string_view> kStored[] = {
+    {u"iLZero", u"0"},           {u"iNegNumber", u"0"}, {u"sGrouping", u"3;2;0"}, {u"sNegativeSign", u"minus!"},
+    {u"sPositiveSign", u"plus"}, {u"sThousand", u"."},  {u"sDecimal", u","},      {u"sTime", u"h"}};
 
 // Saves the eight values before each test and puts them back after it (under
 // Wine this is the prefix's real registry, which has values of its own).
 class RegionalStore : public testing::Test {
  protected:
   void SetUp() override {
-    for (std::size_t i = 0; i < kValueNames.size(); ++i)
-      saved_[i] = test::SettingsGetRaw(kValueNames[i], SettingsRoot::CurrentUser, kRegionalSettingsKeyPath);
+    for (std::size_t i = 0; i < saved_.size(); ++i)
+      saved_[i] = test::SettingsGetRaw(kStored[i].first, SettingsRoot::CurrentUser, kRegionalSettingsKeyPath);
   }
 
   void TearDown() override {
-    for (std::size_t i = 0; i < kValueNames.size(); ++i) {
+    for (std::size_t i = 0; i < saved_.size(); ++i) {
       if (saved_[i]) {
         EXPECT_TRUE(SettingsSetValue(saved_[i]->data.data(), static_cast<std::uint32_t>(saved_[i]->data.size()),
-                                     saved_[i]->type, kValueNames[i], SettingsRoot::CurrentUser,
+                                     saved_[i]->type, kStored[i].first, SettingsRoot::CurrentUser,
                                      kRegionalSettingsKeyPath));
       } else {
-        test::EraseStoredRegionalValue(kValueNames[i]);
+        test::EraseStoredRegionalValue(kStored[i].first);
       }
     }
     ReloadRegionalSettings();
   }
 
-  static void Store(std::u16string_view name, std::u16string_view text) {
-    ASSERT_TRUE(SettingsSetString(text, name, SettingsRoot::CurrentUser, kRegionalSettingsKeyPath));
-  }
-
-  static void EraseAll() {
-    for (const auto name : kValueNames) test::EraseStoredRegionalValue(name);
-  }
-
  private:
-  std::array<std::optional<test::SettingsRawValue>, 8> saved_;
+  std::array<std::optional<test::SettingsRawValue>, std::size(kStored)> saved_;
 };
 
 // Each of the eight values is read under its own name and reaches the formatters
 // that take no settings of their own.
 TEST_F(RegionalStore, StoredValuesReachTheFormatters) {
-  EraseAll();
-  const std::pair<std::u16string_view, std::u16string_view> stored[] = {
-      {u"iLZero", u"0"},           {u"iNegNumber", u"0"}, {u"sGrouping", u"3;2;0"}, {u"sNegativeSign", u"minus!"},
-      {u"sPositiveSign", u"plus"}, {u"sThousand", u"."},  {u"sDecimal", u","},      {u"sTime", u"h"}};
-  for (const auto& [name, text] : stored) Store(name, text);
+  for (const auto& [name, text] : kStored)
+    ASSERT_TRUE(SettingsSetString(text, name, SettingsRoot::CurrentUser, kRegionalSettingsKeyPath));
   ReloadRegionalSettings();
   EXPECT_EQ(*CurrentRegionalSettings(), (RegionalSettings{false, 0, true, u"minus", u"plus", u".", u",", u"h"}));
   EXPECT_EQ(FormatSize(std::numeric_limits<std::int64_t>::max()), u"83.88.608,00 TB");
@@ -140,57 +128,6 @@ TEST_F(RegionalStore, StoredValuesReachTheFormatters) {
   EXPECT_EQ(FormatDuration(3725120, DurationStyle::kClock, 2), u"1h02h05,12");
   // A negative duration keeps a plain "-" whatever the negative layout.
   EXPECT_EQ(FormatDuration(-500, DurationStyle::kSeconds, 2), u"-,50 seconds");
-}
-
-TEST_F(RegionalStore, ValuesAreReadOnceUntilReloaded) {
-  Store(u"sDecimal", u",");
-  ReloadRegionalSettings();
-  EXPECT_EQ(FormatSize(kMb), u"1,00 MB");
-  Store(u"sDecimal", u"'");
-  EXPECT_EQ(FormatSize(kMb), u"1,00 MB");
-  ReloadRegionalSettings();
-  EXPECT_EQ(FormatSize(kMb), u"1'00 MB");
-}
-
-// An empty stored value counts as missing.
-TEST_F(RegionalStore, MissingValuesComeFromTheLocaleOrTheFallbacks) {
-  EraseAll();
-  Store(u"sThousand", u"");
-  Store(u"sDecimal", u"");
-  ReloadRegionalSettings();
-  const RegionalSettings loaded = *CurrentRegionalSettings();
-  EXPECT_EQ(loaded, ResolveRegionalSettings({}, PlatformRegionalValues()));
-  // Whatever the locale lacks, a number never loses its signs.
-  EXPECT_FALSE(loaded.decimalSign.empty());
-  EXPECT_FALSE(loaded.thousandSeparator.empty());
-  EXPECT_FALSE(loaded.negativeSign.empty());
-  EXPECT_FALSE(loaded.timeSeparator.empty());
-}
-
-TEST_F(RegionalStore, ReloadWhileOtherThreadsFormat) {
-  // Formatting threads must each see one whole set of settings, never a torn or
-  // freed one, while the settings are swapped under them.
-  Store(u"sDecimal", u".");
-  ReloadRegionalSettings();
-  std::atomic<bool> stop{false};
-  std::atomic<int> unexpected{0};
-  std::vector<std::thread> workers;
-  for (int t = 0; t < 3; ++t) {
-    workers.emplace_back([&] {
-      while (!stop.load()) {
-        const std::u16string text = FormatSize(kMb);
-        if (text != u"1.00 MB" && text != u"1,00 MB") ++unexpected;
-      }
-    });
-  }
-  for (int round = 0; round < 40; ++round) {
-    Store(u"sDecimal", round % 2 == 0 ? u"," : u".");
-    ReloadRegionalSettings();
-  }
-  stop = true;
-  for (auto& worker : workers) worker.join();
-  EXPECT_EQ(unexpected.load(), 0);
-  EXPECT_EQ(FormatSize(kMb), u"1.00 MB");
 }
 
 }  // namespace

@@ -64,12 +64,6 @@ class SettingsFileTest : public testing::Test {
     return generation;
   }
 
-  struct stat Stat() const {
-    struct stat st {};
-    stat(Utf8(File()).c_str(), &st);
-    return st;
-  }
-
   std::vector<std::string> BadFiles() const {
     std::vector<std::string> names;
     const std::regex pattern(R"(user\.reg\.\d{8}-\d{6}(-\d+)?\.bad)");
@@ -147,14 +141,9 @@ TEST_F(SettingsFileTest, OnlyARealChangeRewritesTheFile) {
   ASSERT_TRUE(Put(5, u"Number"));
   ASSERT_TRUE(SettingsSetString(u"C:\\dec.so", u".flac", SettingsRoot::CurrentUser, kKey));
   EXPECT_EQ(Generation(), generation + 2);
-  const struct stat written = Stat();
   EXPECT_TRUE(Put(5, u"Number"));
   EXPECT_TRUE(SettingsSetString(u"C:\\dec.so", u".FLAC", SettingsRoot::CurrentUser, kKey));
-  const struct stat after = Stat();
   EXPECT_EQ(Generation(), generation + 2) << "storing what is there";
-  EXPECT_EQ(after.st_ino, written.st_ino);
-  EXPECT_EQ(after.st_mtim.tv_nsec, written.st_mtim.tv_nsec);
-  EXPECT_EQ(after.st_ctim.tv_nsec, written.st_ctim.tv_nsec);
 
   ASSERT_TRUE(Put(6, u"Number"));
   EXPECT_EQ(Generation(), generation + 3);
@@ -170,7 +159,9 @@ TEST_F(SettingsFileTest, HandEditsAreNoticed) {
   ASSERT_NE(at, std::string::npos);
   text[at + 13] = '2';
   ASSERT_TRUE(test::WriteBytes(File(), text));
-  const timespec later[2] = {{0, UTIME_OMIT}, {Stat().st_mtim.tv_sec + 2, 0}};
+  struct stat st {};
+  ASSERT_EQ(stat(Utf8(File()).c_str(), &st), 0);
+  const timespec later[2] = {{0, UTIME_OMIT}, {st.st_mtim.tv_sec + 2, 0}};
   ASSERT_EQ(utimensat(AT_FDCWD, Utf8(File()).c_str(), later, 0), 0);
   EXPECT_EQ(Get(u"V"), 2u);
 
@@ -180,29 +171,12 @@ TEST_F(SettingsFileTest, HandEditsAreNoticed) {
   ASSERT_EQ(std::rename(Utf8(Folder() + u"edited").c_str(), Utf8(File()).c_str()), 0);
   EXPECT_EQ(Get(u"V"), 3u);
 
-  // Deleted.
+  // Deleted, then the whole folder removed while running: it is made again.
   std::filesystem::remove(Utf8(File()));
   EXPECT_EQ(Get(u"V"), 0u);
-}
-
-// The generation is read through a mapping of the lock file; a mapped page past the
-// end of an empty file would fault on the first cached read.
-TEST_F(SettingsFileTest, AnEmptyLockFileLeftBehindIsExtendedBeforeItIsMapped) {
-  ASSERT_TRUE(std::filesystem::create_directories(Utf8(Folder())));
-  ASSERT_TRUE(test::WriteBytes(Folder() + u"user.reg.lock", ""));
-  ASSERT_TRUE(Put(1, u"V"));
-  EXPECT_EQ(Get(u"V"), 1u);
-  EXPECT_GE(test::ReadBytes(Folder() + u"user.reg.lock").size(), 8u);
-  EXPECT_EQ(Generation(), 1u);
-}
-
-TEST_F(SettingsFileTest, FolderRemovedWhileRunningIsMadeAgain) {
-  ASSERT_TRUE(Put(1, u"V"));
   std::filesystem::remove_all(Utf8(Folder()));
   EXPECT_TRUE(Put(2, u"V"));
   EXPECT_EQ(Get(u"V"), 2u);
-  EXPECT_TRUE(test::FileExists(Folder() + u"user.reg.lock"));
-  EXPECT_NE(Text().find("\"V\"=dword:00000002"), std::string::npos);
 }
 
 // ---- What is not a regular file ---------------------------------------------------------------
@@ -271,73 +245,6 @@ TEST_F(SettingsFileTest, LinksAsTheFileOrItsLockFileAreRefused) {
       << Utf8(SettingsStoreProblem());
 }
 
-// ---- Files written by others ---------------------------------------------------------------
-
-// A file as someone else wrote it, with "{+...+}" around what storing "New" = 7
-// adds to it; regedit's UTF-16 files come back as UTF-8.
-std::string Without(std::string text, bool keepAdded) {
-  for (std::size_t at; (at = text.find("{+")) != std::string::npos;) {
-    const std::size_t end = text.find("+}", at);
-    text.erase(keepAdded ? end : at, keepAdded ? 2 : end + 2 - at);
-    if (keepAdded) text.erase(at, 2);
-  }
-  return text;
-}
-
-TEST_F(SettingsFileTest, FilesWrittenByOthersKeepEveryLineAndLoseNoValue) {
-  struct {
-    const char* name;
-    std::string file;
-    bool utf16;
-    std::vector<std::pair<std::u16string, std::uint32_t>> values;
-  } const cases[] = {
-      {"GarbageLines",
-       "Windows Registry Editor Version 5.00\n; mine\n\n[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n"
-       "\"A\"=dword:00000001\nnot a value\n\x01\xFE\n\"B\"=dword:2\n{+\"New\"=dword:00000007\n+}\n",
-       false,
-       {{u"A", 1}, {u"B", 2}}},
-      {"TruncatedLastLine",
-       "Windows Registry Editor Version 5.00\n\n[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n"
-       "\"A\"=dword:00000001\n\"B\"=dwo{+\n\"New\"=dword:00000007\n+}",
-       false,
-       {{u"A", 1}, {u"B", 0}}},
-      {"DuplicateKeys",
-       "Windows Registry Editor Version 5.00\n\n"
-       "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n\"A\"=dword:00000001\n\"C\"=dword:3\n\n"
-       "[HKEY_CURRENT_USER\\Software\\Other]\n\"A\"=dword:00000009\n\n"
-       "[hkey_current_user\\software\\orvandelle\\tessaroven]\n\"A\"=dword:00000002\n{+\"New\"=dword:00000007\n+}\n",
-       false,
-       {{u"A", 2}, {u"C", 3}}},
-      {"KeyMissing",
-       "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\Software\\Other]\r\n\"A\"=dword:00000009"
-       "{+\r\n\r\n[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\r\n\"New\"=dword:00000007\r\n\r\n+}",
-       false,
-       {{u"A", 0}}},
-      {"Utf16FromRegedit",
-       "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\r\n"
-       "\"\xC3\x89\"=dword:00000004\r\n{+\"New\"=dword:00000007\r\n+}\r\n",
-       true,
-       {{u"\u00C9", 4}}},
-  };
-  ASSERT_TRUE(test::MakeFolder(Folder()));
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    std::string before = Without(c.file, false);
-    if (c.utf16) {
-      before = "\xFF\xFE";
-      for (char16_t ch : Utf8ToUtf16(Without(c.file, false)))
-        before += {static_cast<char>(ch & 0xFF), static_cast<char>(ch >> 8)};
-    }
-    ASSERT_TRUE(test::WriteBytes(File(), before));
-    for (const auto& [name, value] : c.values) EXPECT_EQ(Get(name), value) << Utf8(name);
-    ASSERT_TRUE(Put(7, u"New"));
-    EXPECT_EQ(Text(), Without(c.file, true));
-    for (const auto& [name, value] : c.values) EXPECT_EQ(Get(name), value) << Utf8(name);
-    EXPECT_EQ(Get(u"New"), 7u);
-    EXPECT_TRUE(BadFiles().empty());
-  }
-}
-
 // A file that is no registry export is not trusted, nor overwritten: each one is
 // kept aside under its own name before a new file is written.
 TEST_F(SettingsFileTest, UnreadableFilesAreKeptAsideBeforeANewFileIsWritten) {
@@ -397,28 +304,13 @@ TESSAROVEN_TEST_CHILD(settings_writer) {
 }
 
 TEST_F(SettingsFileTest, ProcessesAndThreadsWritingAtOnceLoseNothing) {
-  const std::vector<int> codes = test::RunChildren("settings_writer", {{"0"}, {"1"}});
-  EXPECT_EQ(codes, (std::vector<int>{0, 0}));
-
-  const auto file = RegFile::Parse(Text());
-  ASSERT_TRUE(file.has_value());
+  EXPECT_EQ(test::RunChildren("settings_writer", {{"0"}, {"1"}}), (std::vector<int>{0, 0}));
+  // The parent, whose cache is cold, reads every value back through the store.
   int missing = 0;
-  for (int child = 0; child < 2; ++child) {
-    for (int t = 0; t < kWriterThreads; ++t) {
-      for (int n = 0; n < kValuesPerThread; ++n) {
-        const std::uint32_t value = WriterValue(child, t, n);
-        const RegValue expected{kRegDword,
-                                {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8),
-                                 static_cast<std::uint8_t>(value >> 16), 0}};
-        const RegValue* found =
-            file->Find(u"HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven", WriterValueName(child, t, n));
-        if (found == nullptr || *found != expected) ++missing;
-      }
-    }
-  }
+  for (int child = 0; child < 2; ++child)
+    for (int t = 0; t < kWriterThreads; ++t)
+      for (int n = 0; n < kValuesPerThread; ++n) missing += Get(WriterValueName(child, t, n)) != WriterValue(child, t, n);
   EXPECT_EQ(missing, 0) << "of " << 2 * kWriterThreads * kValuesPerThread;
-  // The parent, whose cache is cold, reads them through the store as well.
-  EXPECT_EQ(Get(WriterValueName(1, 3, kValuesPerThread - 1)), WriterValue(1, 3, kValuesPerThread - 1));
   EXPECT_TRUE(BadFiles().empty());
   EXPECT_FALSE(test::FileExists(Folder() + u"user.reg.tmp"));
 }

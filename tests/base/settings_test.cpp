@@ -14,7 +14,6 @@ namespace {
 class SettingsTest : public testing::Test {
  protected:
   SettingsKeyPath Path() const { return key_.Path(); }
-  const std::u16string& PathText() const { return key_.Path(); }
 
   test::ScopedSettingsKey key_;
 };
@@ -66,85 +65,12 @@ INSTANTIATE_TEST_SUITE_P(
                     StoredCase{"MultiSzIsNoText", 7, Utf16LeBytes(std::u16string(u"a\0b\0", 4), true), 0, u""}),
     [](const auto& p) { return std::string(p.param.name); });
 
-// ---- Writing -----------------------------------------------------------------------------
-
-TEST_F(SettingsTest, TypedSettersRoundTrip) {
-  std::u16string text = u"C:\\Music\\\"Best\" of \u00E9\r";
-  for (int i = 0; i < 5000; ++i) text += static_cast<char16_t>(u'a' + i % 26);
-  EXPECT_TRUE(SettingsSetDword(0xCAFEF00D, u"Number", SettingsRoot::CurrentUser, Path()));
-  EXPECT_TRUE(SettingsSetString(text, u"Text", SettingsRoot::CurrentUser, Path()));
-  EXPECT_EQ(SettingsGetDword(u"Number", SettingsRoot::CurrentUser, Path()), 0xCAFEF00Du);
-  EXPECT_EQ(SettingsGetString(u"Text", SettingsRoot::CurrentUser, Path()), text);
-  // A text setting is kept as REG_SZ with its terminating NUL.
-  const auto raw = test::SettingsGetRaw(u"Text", SettingsRoot::CurrentUser, Path());
-  ASSERT_TRUE(raw.has_value());
-  EXPECT_EQ(raw->type, kRegSz);
-  EXPECT_EQ(raw->data, Utf16LeBytes(text, true));
-}
-
-// A name holds one value of one type; names and key paths fold ASCII case, and the
-// empty name is the key's default value, not "@".
-TEST_F(SettingsTest, ANameHoldsOneValueWhateverItsCase) {
-  ASSERT_TRUE(SettingsSetString(u"first", u"MixedCase", SettingsRoot::CurrentUser, Path()));
-  ASSERT_TRUE(SettingsSetString(u"second", u"mixedcase", SettingsRoot::CurrentUser, Path()));
-  EXPECT_EQ(SettingsGetString(u"MIXEDCASE", SettingsRoot::CurrentUser, Path()), u"second");
-  ASSERT_TRUE(SettingsSetDword(3, u"MixedCase", SettingsRoot::CurrentUser, Path()));
-  EXPECT_EQ(SettingsGetString(u"MixedCase", SettingsRoot::CurrentUser, Path()), u"");
-  const std::u16string upper = AsciiToUtf16("SOFTWARE") + PathText().substr(8);
-  EXPECT_EQ(SettingsGetDword(u"mixedCASE", SettingsRoot::CurrentUser, std::u16string_view(upper)), 3u);
-
-  ASSERT_TRUE(SettingsSetString(u"unnamed", u"", SettingsRoot::CurrentUser, Path()));
-  ASSERT_TRUE(SettingsSetString(u"named", u"@", SettingsRoot::CurrentUser, Path()));
-  EXPECT_EQ(SettingsGetString(u"", SettingsRoot::CurrentUser, Path()), u"unnamed");
-  EXPECT_EQ(SettingsGetString(u"@", SettingsRoot::CurrentUser, Path()), u"named");
-}
-
-TEST_F(SettingsTest, MissingValuesReadAsZeroOrEmpty) {
-  EXPECT_EQ(SettingsGetDword(u"Missing", SettingsRoot::CurrentUser, Path()), 0u);
-  EXPECT_EQ(SettingsGetString(u"Missing", SettingsRoot::CurrentUser, Path()), u"");
-  EXPECT_FALSE(test::SettingsGetRaw(u"Missing", SettingsRoot::CurrentUser, Path()).has_value());
-  const std::u16string sub = PathText() + u"\\Sub\\Deeper";
-  EXPECT_EQ(SettingsGetDword(u"Missing", SettingsRoot::CurrentUser, std::u16string_view(sub)), 0u);
-  // The read created the key: it can be opened and written like any other.
-  EXPECT_TRUE(SettingsOpenKey(kKeyQueryValue, SettingsRoot::CurrentUser, std::u16string_view(sub)));
-  EXPECT_TRUE(SettingsSetDword(1, u"Now", SettingsRoot::CurrentUser, std::u16string_view(sub)));
-  EXPECT_EQ(SettingsGetDword(u"Now", SettingsRoot::CurrentUser, std::u16string_view(sub)), 1u);
-}
-
-// ---- Empty key paths and defaults --------------------------------------------------------
-
 TEST_F(SettingsTest, EmptyKeyPathMakesEveryCallANoOp) {
   const SettingsKeyPath none = std::u16string_view();
   EXPECT_FALSE(SettingsOpenKey(kKeyWrite, SettingsRoot::CurrentUser, none));
   EXPECT_FALSE(SettingsSetDword(1, u"V", SettingsRoot::CurrentUser, none));
   EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, none), 0u);
   EXPECT_EQ(SettingsGetString(u"V", SettingsRoot::CurrentUser, none), u"");
-}
-
-class SettingsDefaults : public SettingsTest {
- protected:
-  void SetUp() override {
-    savedRoot_ = DefaultSettingsRoot();
-    savedPath_ = DefaultSettingsKeyPath();
-  }
-  void TearDown() override {
-    SetDefaultSettingsRoot(savedRoot_);
-    SetDefaultSettingsKeyPath(savedPath_);
-  }
-
- private:
-  SettingsRoot savedRoot_ = SettingsRoot::CurrentUser;
-  std::u16string savedPath_;
-};
-
-TEST_F(SettingsDefaults, AbsentRootAndPathMeanTheDefaults) {
-  SetDefaultSettingsRoot(SettingsRoot::CurrentUser);
-  SetDefaultSettingsKeyPath(PathText());
-  ASSERT_TRUE(SettingsSetDword(77, u"ViaDefault"));
-  ASSERT_TRUE(SettingsSetString(u"t", u"TextViaDefault", SettingsRoot::Default));
-  EXPECT_EQ(SettingsGetDword(u"ViaDefault", SettingsRoot::CurrentUser, Path()), 77u);
-  EXPECT_EQ(SettingsGetString(u"TextViaDefault", SettingsRoot::CurrentUser, Path()), u"t");
-  EXPECT_EQ(SettingsGetDword(u"ViaDefault"), 77u);
 }
 
 }  // namespace

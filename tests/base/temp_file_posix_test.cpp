@@ -12,16 +12,14 @@
 namespace tessaroven {
 namespace {
 
-TEST(TempFilePosix, FolderFollowsTmpDirElseTmp) {
+// The file may hold the names of private files: only its owner may read it.
+TEST(TempFilePosix, FolderFollowsTmpDirElseTmpAndTheFileIsPrivate) {
   const std::pair<const char*, std::u16string> cases[] = {
       {nullptr, u"/tmp/"}, {"", u"/tmp/"}, {"/var/tmp", u"/var/tmp/"}, {"/var/tmp//", u"/var/tmp/"}};
   for (const auto& [value, folder] : cases) {
     const test::ScopedEnv scoped("TMPDIR", value);
     EXPECT_EQ(TempFolder(), folder) << (value ? value : "unset");
   }
-}
-
-TEST(TempFilePosix, FileIsPrivateToTheUser) {
   std::u16string path;
   ASSERT_TRUE(CreateTempFile(path));
   struct stat info {};

@@ -4,7 +4,6 @@
 
 #include <filesystem>
 #include <regex>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -82,34 +81,6 @@ TEST(TempFile, ThePreviousFileIsDeletedFirstIfItIsThere) {
   ASSERT_TRUE(CreateTempFile(path)) << "a previous path that is gone is no problem";
   EXPECT_TRUE(FileExists(path));
   RemoveFile(path);
-}
-
-TEST(TempFile, ManyFilesAllGetTheirOwnName) {
-  std::set<std::u16string> names;
-  for (int i = 0; i < 300; ++i) {
-    std::u16string path;
-    ASSERT_TRUE(CreateTempFile(path, u"Uni"));
-    EXPECT_TRUE(names.insert(path).second) << Utf16ToUtf8(path);
-  }
-  for (const auto& path : names) {
-    EXPECT_TRUE(FileExists(path));
-    RemoveFile(path);
-  }
-}
-
-TEST(TempFile, SharedRandomNumbersStayWithinTheLimit) {
-  std::set<std::uint32_t> seen;
-  for (int i = 0; i < 2000; ++i) {
-    const std::uint32_t n = SharedRandomNumber(9999);
-    EXPECT_LE(n, 9999u);
-    seen.insert(n);
-  }
-  EXPECT_GT(seen.size(), 1000u) << "numbers barely vary";
-
-  std::set<std::uint32_t> small;
-  for (int i = 0; i < 1000; ++i) small.insert(SharedRandomNumber(3));
-  EXPECT_EQ(small, (std::set<std::uint32_t>{0, 1, 2, 3}));
-  EXPECT_EQ(SharedRandomNumber(0), 0u);
 }
 
 }  // namespace

@@ -47,43 +47,5 @@ TEST(Text, EveryByteSequenceOfLengthTwoRoundTrips) {
   }
 }
 
-TEST(Text, LoneSurrogateOutsideEscapeRangeStillEncodes) {
-  // Not a name that can come from a Linux disk, but it must not be dropped.
-  EXPECT_EQ(Utf16ToUtf8(u"\xD800"), "\xED\xA0\x80");
-  EXPECT_EQ(Utf16ToUtf8(u"a\xD800"
-                        u"b"),
-            "a\xED\xA0\x80"
-            "b");
-  EXPECT_EQ(Utf16ToUtf8(u"\xDBFF\xDBFF\xDFFF"), "\xED\xAF\xBF\xF4\x8F\xBF\xBF");
-}
-
-TEST(Text, AsciiFoldComparesFoldingOnlyAsciiLetters) {
-  struct {
-    std::u16string a, b;
-    int sign;
-  } const cases[] = {{u".FLAC", u".flac", 0},
-                     {u"abc", u"ABD", -1},
-                     {u"abc", u"ab", 1},
-                     // Accented letters are not folded: É (U+00C9) differs from é (U+00E9).
-                     {u"\u00C9", u"\u00E9", -1},
-                     // "_" (0x5F) lies between "Z" and "a": folding to lower case comes first.
-                     {u"_", u"A", -1},
-                     {u"Z", u"_", 1}};
-  for (const auto& c : cases) {
-    const int got = AsciiFoldCompare(c.a, c.b);
-    EXPECT_EQ((got > 0) - (got < 0), c.sign) << Utf16ToUtf8(c.a + u" " + c.b);
-    EXPECT_EQ(AsciiFoldEquals(c.a, c.b), c.sign == 0) << Utf16ToUtf8(c.a + u" " + c.b);
-  }
-}
-
-TEST(Text, SplitUndoesJoin) {
-  const std::vector<std::u16string> items = {u"Name", u"", u"Artist"};
-  EXPECT_EQ(Join(items, u"\r"), u"Name\r\rArtist");
-  EXPECT_EQ(Split(u"Name\r\rArtist", u"\r"), items);
-  EXPECT_TRUE(Split(u"", u"\r").empty());
-  EXPECT_EQ(Split(u"one", u"{_{_}_}"), std::vector<std::u16string>{u"one"});
-  EXPECT_EQ(Split(u"a{_{_}_}", u"{_{_}_}"), (std::vector<std::u16string>{u"a", u""}));
-}
-
 }  // namespace
 }  // namespace tessaroven

@@ -4,7 +4,6 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "base/platform.h"
 #include "base/text.h"
@@ -105,31 +104,6 @@ TEST(XFile, UnusablePathsNeverOpen) {
   }
 }
 
-// Every byte value, CR/LF pairs and NULs included, over several megabytes: the file
-// is binary, never text, and a large transfer needs no loop at the caller. Reading
-// past the end is no failure: a short count, and no prompt even when interactive.
-TEST(XFile, BytesGoThroughUnchangedInOneCallUpToTheEnd) {
-  TempDir dir;
-  const std::u16string name = u"Caf\u00E9 \u65E5\u672C \U0001F3B5.bin";
-  std::string bytes;
-  while (bytes.size() < 5 * 1024 * 1024) bytes.push_back(static_cast<char>(bytes.size() * 131 >> 3));
-  bytes += "\r\n\n\r";
-
-  ScriptedPrompts prompts;
-  XFile file(dir / name);
-  ASSERT_TRUE(file.Open(kReadWrite, CREATE_NEW, true));
-  EXPECT_TRUE(WriteText(file, std::string_view(bytes).substr(0, 100)));
-  EXPECT_TRUE(WriteText(file, std::string_view(bytes).substr(100)));
-  EXPECT_EQ(file.Size(), bytes.size());
-  ASSERT_TRUE(file.Seek(0, kSeekFromStart));
-  EXPECT_TRUE(ReadAll(file, static_cast<std::uint32_t>(bytes.size() + 10)) == bytes);
-  EXPECT_EQ(ReadAll(file, 10), "");
-  EXPECT_TRUE(prompts.Shown().empty());
-  file.Close();
-  EXPECT_EQ(test::ListFolder(dir.Path()), std::vector<std::u16string>{name});
-  EXPECT_TRUE(ReadBytes(dir / name) == bytes);
-}
-
 TEST(XFile, ClosedObjectDoesNothing) {
   ScriptedPrompts prompts;
   XFile file(u"never opened");
@@ -178,8 +152,9 @@ TEST(XFile, HandlesAreClosedOnlyByTheirOwner) {
   TempDir dir;
   const std::u16string path = dir / u"shared.bin";
   ASSERT_TRUE(WriteBytes(path, "abcdefgh"));
+  ScriptedPrompts prompts;
   XFile owner(path);
-  ASSERT_TRUE(owner.Open(GENERIC_READ, OPEN_EXISTING, false));
+  ASSERT_TRUE(owner.Open(GENERIC_READ, OPEN_EXISTING, true));
   {
     XFile borrower(path);
     borrower.Attach(owner.Handle(), false);
@@ -199,72 +174,37 @@ TEST(XFile, HandlesAreClosedOnlyByTheirOwner) {
   ASSERT_TRUE(third.Open(GENERIC_WRITE, CREATE_ALWAYS, false));
   third = std::move(second);
   EXPECT_EQ(third.Path(), path);
+  // Reading past the end is no failure: a short count, and no prompt.
   EXPECT_EQ(ReadAll(third, 5), "fgh");
+  EXPECT_TRUE(prompts.Shown().empty());
 }
 
-// An interactive open asks until Cancel (the first try and two retries here); a
-// quiet one fails at once. Any access that may change the file counts as a write.
-TEST(XFile, FailedOpenPromptsUntilCancelOnlyWhenInteractive) {
-  struct {
-    std::uint32_t access;
-    std::u16string_view caption;
-  } const cases[] = {
-      {GENERIC_READ, u"File Read Error"}, {GENERIC_WRITE, u"File Write Error"}, {kReadWrite, u"File Write Error"}};
-  TempDir dir;
-  const std::u16string path = dir / u"missing folder" + kPathSeparator + u"file.bin";
-  for (const auto& c : cases) {
-    for (const bool interactive : {true, false}) {
-      SCOPED_TRACE(testing::Message() << "access " << c.access << (interactive ? " interactive" : " quiet"));
-      ScriptedPrompts prompts({kAnswerRetry, kAnswerRetry, kAnswerCancel});
-      XFile file(path);
-      EXPECT_FALSE(file.Open(c.access, OPEN_EXISTING, interactive));
-      EXPECT_FALSE(file.IsOpen());
-      ExpectPrompts(prompts, interactive ? 3 : 0, u"Unable to open '" + path + u"'", c.caption);
-    }
-  }
-}
-
-// Creates the missing file while the retry prompt is up, as a user fixing the
-// problem before answering would.
-class FixOnPrompt : public ScriptedPrompts {
- public:
-  FixOnPrompt(std::u16string path, std::deque<int> answers) : ScriptedPrompts(std::move(answers)), path_(path) {}
-  int Show(std::u16string_view text, std::u16string_view caption, std::uint32_t style) override {
-    WriteBytes(path_, "arrived");
-    return ScriptedPrompts::Show(text, caption, style);
-  }
-
- private:
-  std::u16string path_;
-};
-
-TEST(XFile, RetryOpensAFileThatAppearedMeanwhileCancelDoesNot) {
-  for (const int answer : {kAnswerRetry, kAnswerCancel}) {
-    TempDir dir;
-    FixOnPrompt prompts(dir / u"late.bin", {answer});
-    XFile file(dir / u"late.bin");
-    EXPECT_EQ(file.Open(GENERIC_READ, OPEN_EXISTING, true), answer == kAnswerRetry);
-    EXPECT_EQ(prompts.Shown().size(), 1u);
-    EXPECT_EQ(ReadAll(file, 16), answer == kAnswerRetry ? "arrived" : "");
-  }
-}
-
-// A transfer the handle does not allow: each Retry really tries again, Cancel ends
-// it, a quiet file fails without asking, and the file keeps its content.
-TEST(XFile, FailedTransfersPromptUntilCancelOnlyWhenInteractive) {
+// Open, read and write failures ask until Cancel when interactive (each Retry
+// really tries again) and fail at once when quiet; the file keeps its content. Any
+// access that may change the file counts as a write.
+TEST(XFile, FailuresPromptUntilCancelOnlyWhenInteractive) {
   TempDir dir;
   const std::u16string path = dir / u"file.bin";
+  const std::u16string missing = dir / u"missing folder" + kPathSeparator + u"file.bin";
   ASSERT_TRUE(WriteBytes(path, "keep"));
-  for (const std::uint32_t access : {GENERIC_READ, GENERIC_WRITE}) {
+  for (const std::uint32_t access : {GENERIC_READ, GENERIC_WRITE, kReadWrite}) {
     for (const bool interactive : {true, false}) {
       SCOPED_TRACE(testing::Message() << "access " << access << (interactive ? " interactive" : " quiet"));
-      ScriptedPrompts prompts({kAnswerRetry, kAnswerCancel});
+      {
+        ScriptedPrompts prompts({kAnswerRetry, kAnswerRetry});
+        XFile file(missing);
+        EXPECT_FALSE(file.Open(access, OPEN_EXISTING, interactive));
+        EXPECT_FALSE(file.IsOpen());
+        ExpectPrompts(prompts, interactive ? 3 : 0, u"Unable to open '" + missing + u"'",
+                      access == GENERIC_READ ? std::u16string_view(u"File Read Error") : u"File Write Error");
+      }
+      ScriptedPrompts prompts({kAnswerRetry});
       XFile file(path);
       ASSERT_TRUE(file.Open(access, OPEN_EXISTING, interactive));
       if (access == GENERIC_READ) {
         EXPECT_FALSE(WriteText(file, "new"));
         ExpectPrompts(prompts, interactive ? 2 : 0, u"Unable to write to '" + path + u"'", u"File Write Error");
-      } else {
+      } else if (access == GENERIC_WRITE) {
         EXPECT_EQ(ReadAll(file, 4), "");
         ExpectPrompts(prompts, interactive ? 2 : 0, u"Unable to read from '" + path + u"'", u"File Read Error");
       }

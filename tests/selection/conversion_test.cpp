@@ -4,7 +4,6 @@
 
 #include <deque>
 #include <filesystem>
-#include <optional>
 #include <regex>
 #include <vector>
 
@@ -12,7 +11,6 @@
 #include "base/temp_file.h"
 #include "base/text.h"
 #include "conversion_test_support.h"
-#include "decode/plugin_folder.h"
 #include "support/fake_converter_record.h"
 #include "support/native_path.h"
 #include "support/scripted_prompts.h"
@@ -38,17 +36,15 @@ TEST(Conversion, CommandLinesSplitAsTheWindowsRulesDoAndEscapedValuesComeBackWho
 }
 
 // The window handle is any 64-bit value, the lowest included; the profile is named
-// unless none is selected (compared with its case), an empty one included.
-TEST(Conversion, ArgumentsNameTheProfileUnlessNoneIsSelected) {
+// unless none is selected (compared with its case), an empty one included. The
+// event's name is the tick count as a signed 32-bit decimal.
+TEST(Conversion, ArgumentsNameTheProfileUnlessNoneIsSelectedAndTheEventTheTickCount) {
   const std::u16string start = u"-list_to_conv=\"C:\\T\\TMP1.tmp\" -signal_event_got_files=\"fsqrv-99\" -centeronwnd=";
   EXPECT_EQ(BuildConverterArguments(u"C:\\T\\TMP1.tmp", u"fsqrv-99", -9223372036854775807LL - 1, u"(none selected)"),
             start + u"-9223372036854775808");
   EXPECT_EQ(BuildConverterArguments(u"C:\\T\\TMP1.tmp", u"fsqrv-99", 1, u""), start + u"1 -additionalprofile=\"\"");
   EXPECT_EQ(BuildConverterArguments(u"C:\\T\\TMP1.tmp", u"fsqrv-99", 1, u"(None selected)"),
             start + u"1 -additionalprofile=\"(None selected)\"");
-}
-
-TEST(Conversion, SignalEventNameIsTheTickCountAsSigned32BitDecimal) {
   const std::pair<std::uint32_t, std::u16string> cases[] = {{0u, u"fsqrv-0"},
                                                             {0x7FFFFFFFu, u"fsqrv-2147483647"},
                                                             {0x80000000u, u"fsqrv--2147483648"},
@@ -83,138 +79,68 @@ TEST(Conversion, ListFileIsUtf16LeWithCrLfAfterEveryPathAndNothingElse) {
 // ---------------------------------------------------------------------------------
 // The whole hand-off, with the fake converter as a real process
 
-std::u16string UniqueName(std::u16string_view stem) {
-  return std::u16string(stem) + u"-" + AsciiToUtf16(std::to_string(SharedRandomNumber(0x7FFFFFFF)));
-}
-
+// The fake converter is a real process; the temporary folder and the converter lie
+// in folders with spaces, which must reach it whole.
 class ConvertTest : public testing::Test {
  protected:
   void SetUp() override {
-    UseTempFolder(temp_.Path());
-    env_.emplace_back("TESSAROVEN_FAKE_CONVERTER_RECORD", record_.Path());
-    const std::u16string acceptName = UniqueName(u"handoff-test-accept");
-    const std::u16string releaseName = UniqueName(u"handoff-test-release");
-    ASSERT_TRUE(accept_.Create(acceptName));
-    ASSERT_TRUE(accept_.Set());
-    ASSERT_TRUE(release_.Create(releaseName));
-    env_.emplace_back("TESSAROVEN_FAKE_CONVERTER_ACCEPT", acceptName);
-    env_.emplace_back("TESSAROVEN_FAKE_CONVERTER_RELEASE", releaseName);
-    host_.accept = &accept_;
-    host_.release = &release_;
-  }
-  void TearDown() override { SetConverterPathOverride(std::nullopt); }
-
-  void UseTempFolder(const std::u16string& folder) {
-    tempFolder_ = folder;
-    ASSERT_TRUE(test::MakeFolder(folder));
+    ASSERT_TRUE(test::MakeFolder(tempFolder_));
     // The variables the temporary folder is read from; the converter inherits them.
     for (const char* name : kIsWindows ? std::vector{"TMP", "TEMP"} : std::vector{"TMPDIR"})
-      env_.emplace_back(name, folder);
+      env_.emplace_back(name, tempFolder_);
+    env_.emplace_back("TESSAROVEN_FAKE_CONVERTER_RECORD", record_.Path());
+    const std::u16string acceptName =
+        u"handoff-test-accept-" + AsciiToUtf16(std::to_string(SharedRandomNumber(0x7FFFFFFF)));
+    ASSERT_TRUE(accept_.Create(acceptName));
+    ASSERT_TRUE(accept_.Set());
+    env_.emplace_back("TESSAROVEN_FAKE_CONVERTER_ACCEPT", acceptName);
+    host_.accept = &accept_;
   }
-
-  std::u16string At(std::u16string_view relative) const { return music_.Path() + Native(relative); }
-  // Paths ending in "/" are folders, the others files (their folders made first).
-  void Make(std::initializer_list<std::u16string_view> paths) {
-    for (std::u16string_view path : paths) {
-      for (std::size_t slash = path.find(u'/'); slash != std::u16string_view::npos; slash = path.find(u'/', slash + 1))
-        test::MakeFolder(At(path.substr(0, slash + 1)));
-      if (path.back() != u'/') {
-        ASSERT_TRUE(test::WriteBytes(At(path), "x"));
-      }
-    }
-  }
-
-  // The arguments the fake converter got, its program first.
-  std::vector<std::u16string> RecordedArguments() const {
-    return test::RecordedWords(test::ReadBytes(record_ / u"args"));
-  }
-  bool ConverterRan() const { return test::FileExists(record_ / u"args"); }
-
-  // A copy of the fake converter at `path` (its folders made first).
-  void PlaceConverterCopy(const std::u16string& path) {
-    std::error_code error;
-    const std::filesystem::path target(ToOsString(path));
-    std::filesystem::create_directories(target.parent_path(), error);
-    ASSERT_TRUE(std::filesystem::copy_file(std::filesystem::path(ToOsString(ConverterPath())), target, error))
-        << error.message();
-  }
-
-  // Runs a hand-off that reaches the converter and checks what every successful one
-  // must show; returns the list file's path as the converter got it.
-  std::u16string ConvertAndCheckTheContract(const std::u16string& converter) {
-    test::ScriptedPrompts prompts;
-    EXPECT_EQ(Convert(host_), ConversionResult::kConverterEnded);
-    EXPECT_TRUE(prompts.Shown().empty());
-    const auto arguments = RecordedArguments();
-    EXPECT_EQ(arguments.size(), host_.profile == kNoProfileEntry ? 4u : 5u);
-    if (arguments.size() < 4) return {};
-    EXPECT_EQ(arguments[0], converter);
-    const std::u16string listFile = arguments[1].substr(arguments[1].find(u'=') + 1);
-    EXPECT_EQ(arguments[1], u"-list_to_conv=" + listFile);
-    EXPECT_EQ(listFile.substr(0, tempFolder_.size() + 3), tempFolder_ + u"TMP");
-    EXPECT_TRUE(std::regex_match(Utf16ToUtf8(arguments[2]), std::regex("-signal_event_got_files=fsqrv--?[0-9]+")))
-        << Utf16ToUtf8(arguments[2]);
-    EXPECT_EQ(arguments[3], u"-centeronwnd=" + AsciiToUtf16(std::to_string(host_.window)));
-    if (arguments.size() == 5) {
-      EXPECT_EQ(arguments[4], u"-additionalprofile=" + host_.profile);
-    }
-
-    EXPECT_EQ(test::ReadBytes(record_ / u"accept"), "reset") << "no paths taken while the converter runs";
-    EXPECT_TRUE(accept_.Wait(std::chrono::milliseconds(0))) << "taking paths again afterwards";
-    EXPECT_FALSE(test::FileExists(listFile)) << "the list file is deleted";
-    EXPECT_TRUE(test::ListFolder(tempFolder_).empty());
-    return listFile;
-  }
+  void TearDown() override { SetConverterPathOverride(std::nullopt); }
 
   std::deque<test::ScopedEnv> env_;  // a deque: ScopedEnv does not move
   test::TempDir music_;
   test::TempDir temp_;
   test::TempDir record_;
-  std::u16string tempFolder_;
+  const std::u16string tempFolder_ = temp_ / Native(u"Local Settings/Temp Files/");
   NamedEvent accept_;
-  NamedEvent release_;
   RecordingHost host_;
 };
 
-const std::vector<std::string> kLogOfAHiddenRun = {"stop-reader", "busy", "arrow",   "busy", "arrow",
-                                                   "hide",        "show", "refresh", "arrow"};
-
-TEST_F(ConvertTest, HandsTheGatheredListToTheConverterBesideTheExecutable) {
-  Make({u"m/sub/x.flac", u"n/Caf\u00e9 \u266b.ogg", u"n/deeper/not-taken.mp3", u"n/notes.txt", u"s/d.wav"});
-  host_.lists.lstFoldersAndSub = {At(u"m/")};
-  host_.lists.lstFoldersNoSub = {At(u"n/")};
-  host_.lists.lstSingleFiles = {At(u"s/d.wav"), At(u"m/sub/x.flac")};
+// A converter that never signals leaves the window shown; everything else is what
+// every hand-off must show.
+TEST_F(ConvertTest, ConverterThatNeverSignalsLeavesTheWindowShown) {
+  ASSERT_TRUE(test::WriteBytes(music_ / u"a.mp3", "x"));
+  host_.lists.lstSingleFiles = {music_ / u"a.mp3"};
   host_.window = -42;
   host_.profile = u"My \"loud\" profile";
-
-  ASSERT_EQ(ConverterPath(), ExecutableFolder() + std::u16string(kConverterFileName));
-  ConvertAndCheckTheContract(ConverterPath());
-  EXPECT_EQ(test::ReadBytes(record_ / u"list"), test::ListFileBytes({At(u"m/sub/x.flac"), At(u"n/Caf\u00e9 \u266b.ogg"),
-                                                                     At(u"s/d.wav"), At(u"m/sub/x.flac")}))
-      << "folders with sub-folders, folders without, single files; duplicates kept";
-  EXPECT_EQ(host_.log, kLogOfAHiddenRun);
-  EXPECT_EQ(host_.lists.lstSingleFiles.size(), 2u) << "the selection stays as it was";
-}
-
-// The converter and the list file in folders with spaces are passed whole. A
-// converter that never signals leaves the window shown.
-TEST_F(ConvertTest, ConverterThatNeverSignalsLeavesTheWindowShown) {
-  UseTempFolder(temp_ / Native(u"Local Settings/Temp Files/"));
-  Make({u"a.mp3"});
-  host_.lists.lstSingleFiles = {At(u"a.mp3")};
   const std::u16string converter = music_ / Native(u"Program Files/Kovantrix 2/") + std::u16string(kConverterFileName);
-  PlaceConverterCopy(converter);
+  std::error_code error;
+  std::filesystem::create_directories(std::filesystem::path(ToOsString(converter)).parent_path(), error);
+  ASSERT_TRUE(std::filesystem::copy_file(ToOsString(ConverterPath()), ToOsString(converter), error)) << error.message();
   SetConverterPathOverride(converter);
   env_.emplace_back("TESSAROVEN_FAKE_CONVERTER_SILENT", "1");
 
-  ConvertAndCheckTheContract(converter);
-  EXPECT_EQ(test::ReadBytes(record_ / u"list"), test::ListFileBytes({At(u"a.mp3")}));
+  test::ScriptedPrompts prompts;
+  EXPECT_EQ(Convert(host_), ConversionResult::kConverterEnded);
+  EXPECT_TRUE(prompts.Shown().empty());
+  const auto arguments = test::RecordedWords(test::ReadBytes(record_ / u"args"));
+  ASSERT_EQ(arguments.size(), 5u);
+  EXPECT_EQ(arguments[0], converter);
+  EXPECT_EQ(arguments[1].substr(0, 17 + tempFolder_.size()), u"-list_to_conv=" + tempFolder_ + u"TMP");
+  EXPECT_TRUE(std::regex_match(Utf16ToUtf8(arguments[2]), std::regex("-signal_event_got_files=fsqrv--?[0-9]+")))
+      << Utf16ToUtf8(arguments[2]);
+  EXPECT_EQ(arguments[3], u"-centeronwnd=-42");
+  EXPECT_EQ(arguments[4], u"-additionalprofile=My \"loud\" profile");
+  EXPECT_EQ(test::ReadBytes(record_ / u"list"), test::ListFileBytes({music_ / u"a.mp3"}));
+  EXPECT_EQ(test::ReadBytes(record_ / u"accept"), "reset") << "no paths taken while the converter runs";
+  EXPECT_TRUE(accept_.Wait(std::chrono::milliseconds(0))) << "taking paths again afterwards";
+  EXPECT_TRUE(test::ListFolder(tempFolder_).empty()) << "the list file is deleted";
   EXPECT_EQ(host_.log, (std::vector<std::string>{"stop-reader", "busy", "arrow", "busy", "show", "refresh", "arrow"}));
 }
 
 TEST_F(ConvertTest, NothingGatheredShowsTheMessageAndStartsNothing) {
-  Make({u"n/notes.txt", u"n/cover.jpg"});
-  host_.lists.lstFoldersAndSub = {At(u"n/")};
+  host_.lists.lstFoldersAndSub = {music_.Path()};
   test::ScriptedPrompts prompts;
 
   EXPECT_EQ(Convert(host_), ConversionResult::kNothingGathered);
@@ -222,23 +148,10 @@ TEST_F(ConvertTest, NothingGatheredShowsTheMessageAndStartsNothing) {
   EXPECT_EQ(prompts.Shown()[0].text, u"No audio files selected for conversion");
   EXPECT_EQ(prompts.Shown()[0].caption, u"Tessaroven Batch Converter");
   EXPECT_EQ(prompts.Shown()[0].style, kPromptOk | kPromptIconError);
-  EXPECT_FALSE(ConverterRan());
-  EXPECT_TRUE(test::ListFolder(temp_.Path()).empty()) << "no list file is written";
+  EXPECT_FALSE(test::FileExists(record_ / u"args"));
+  EXPECT_TRUE(test::ListFolder(tempFolder_).empty()) << "no list file is written";
   EXPECT_TRUE(accept_.Wait(std::chrono::milliseconds(0)));
   EXPECT_EQ(host_.log, (std::vector<std::string>{"stop-reader", "busy", "arrow", "busy", "arrow"}));
-}
-
-TEST_F(ConvertTest, MissingConverterIsSilentAndTheListFileIsStillDeleted) {
-  Make({u"a.mp3"});
-  host_.lists.lstSingleFiles = {At(u"a.mp3")};
-  SetConverterPathOverride(music_ / Native(u"nowhere/") + std::u16string(kConverterFileName));
-  test::ScriptedPrompts prompts;
-
-  EXPECT_EQ(Convert(host_), ConversionResult::kConverterNotStarted);
-  EXPECT_TRUE(prompts.Shown().empty());
-  EXPECT_TRUE(test::ListFolder(temp_.Path()).empty());
-  EXPECT_TRUE(accept_.Wait(std::chrono::milliseconds(0)));
-  EXPECT_EQ(host_.log, (std::vector<std::string>{"stop-reader", "busy", "arrow", "busy", "show", "refresh", "arrow"}));
 }
 
 // Enough entries that the walk is still running when the progress shows at once:
@@ -248,8 +161,8 @@ class SlowGatheringTest : public ConvertTest {
   void SetUp() override {
     ConvertTest::SetUp();
     for (int i = 0; i < 100; ++i)
-      ASSERT_TRUE(test::WriteBytes(At(u"") + AsciiToUtf16("f" + std::to_string(i) + ".mp3"), "x"));
-    host_.lists.lstFoldersNoSub.assign(1000, At(u""));
+      ASSERT_TRUE(test::WriteBytes(music_ / AsciiToUtf16("f" + std::to_string(i) + ".mp3"), "x"));
+    host_.lists.lstFoldersNoSub.assign(1000, music_.Path());
     host_.cancelProgress = true;
   }
 };
@@ -258,8 +171,8 @@ TEST_F(SlowGatheringTest, CancelledGatheringStartsNothingAndSaysNothing) {
   test::ScriptedPrompts prompts;
   EXPECT_EQ(Convert(host_, std::chrono::milliseconds(0)), ConversionResult::kCancelled);
   EXPECT_TRUE(prompts.Shown().empty());
-  EXPECT_FALSE(ConverterRan());
-  EXPECT_TRUE(test::ListFolder(temp_.Path()).empty());
+  EXPECT_FALSE(test::FileExists(record_ / u"args"));
+  EXPECT_TRUE(test::ListFolder(tempFolder_).empty());
   EXPECT_TRUE(accept_.Wait(std::chrono::milliseconds(0)));
   EXPECT_EQ(host_.log, (std::vector<std::string>{"stop-reader", "busy", "progress", "arrow", "arrow"}));
 }

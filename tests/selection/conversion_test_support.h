@@ -2,7 +2,6 @@
 // records its calls.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -55,8 +54,7 @@ inline const std::vector<QuotedValueCase> kQuotedValues = {
     {"BackslashesInsideAndAtTheEnd", u"C:\\Te mp\\\\\\"},
 };
 
-// The window's side: records every call in order. When the window hides, the fake
-// converter is told it may end.
+// The window's side: records every call in order.
 class RecordingHost : public ConversionHost {
  public:
   RecordingHost() : filters_(FilterFieldNames{}) {
@@ -78,10 +76,7 @@ class RecordingHost : public ConversionHost {
   std::int64_t WindowHandle() const override { return window; }
   std::u16string ProfileBoxText() const override { return profile; }
   NamedEvent* AcceptEvent() override { return accept; }
-  void HideWindow() override {
-    log.push_back("hide");
-    if (release) release->Set();
-  }
+  void HideWindow() override { log.push_back("hide"); }
   void ShowWindow() override { log.push_back("show"); }
   void RefreshTree() override { log.push_back("refresh"); }
 
@@ -89,7 +84,6 @@ class RecordingHost : public ConversionHost {
   std::int64_t window = 0;
   std::u16string profile = std::u16string(kNoProfileEntry);
   NamedEvent* accept = nullptr;
-  NamedEvent* release = nullptr;
   bool cancelProgress = false;
   std::u16string progressText;
   std::vector<std::string> log;

@@ -166,32 +166,10 @@ TEST_F(SelectionModelTest, KeyboardToggleLeavesTheControlsOwnStepToLandOnTheClic
   }
 }
 
-class NetworkEntries : public SelectionModelTest, public testing::WithParamInterface<std::u16string_view> {};
-
-TEST_P(NetworkEntries, AreRefusedWithAnErrorAndNeverEnterAList) {
-  test::ScriptedPrompts prompts;
-  model.ToggleFolderState(m);
-  const NodeId entry = tree().AddNode(kNoNode, std::u16string(GetParam()));
-
-  EXPECT_FALSE(model.ToggleFolderState(entry));
-  EXPECT_EQ(tree().StateOf(entry), csUnchecked);
-  // From the keyboard the refused entry is stepped back, so the control's own step
-  // shows it unchanged.
-  EXPECT_FALSE(model.ToggleFolderStateFromKeyboard(entry));
-  EXPECT_EQ(tree().StateOf(entry), csFolderNoSub);
-
-  EXPECT_EQ(Text(model.Lists()), "/m/||||");
-  ASSERT_EQ(prompts.Shown().size(), 2u);
-  EXPECT_EQ(prompts.Shown()[1].text, u"Only folders within a network can be set for inclusion");
-  EXPECT_EQ(prompts.Shown()[1].caption, u"Tessaroven Batch Converter");
-  EXPECT_EQ(prompts.Shown()[1].style, kPromptOk | kPromptIconError);
-}
-
-INSTANTIATE_TEST_SUITE_P(SelectionModel, NetworkEntries,
-                         testing::Values(u"{ Network }", u"{ Network Computer }", u"{ Network Searching }"),
-                         [](const auto& p) { return "Entry" + std::to_string(p.index); });
-
-TEST_F(SelectionModelTest, NodesWithoutAPathAreIgnored) {
+// Nodes that name no folder take no tick: one without a path in silence, the
+// network's own entries with an error. From the keyboard a refused entry is stepped
+// back, so the control's own step shows it unchanged.
+TEST_F(SelectionModelTest, NodesWithoutAFolderAreRefused) {
   test::ScriptedPrompts prompts;
   const NodeId pathless = tree().AddNodeWithPathIndex(drive, 999);
   model.Lists().lstFoldersAndSub = N({u"/m/"});
@@ -199,8 +177,18 @@ TEST_F(SelectionModelTest, NodesWithoutAPathAreIgnored) {
   EXPECT_FALSE(model.ToggleFolderStateFromKeyboard(kNoNode));
   model.InitialNodeState(pathless);
   EXPECT_EQ(tree().StateOf(pathless), csUnchecked);
-  EXPECT_EQ(Text(model.Lists()), "/m/||||");
   EXPECT_TRUE(prompts.Shown().empty());
+
+  const NodeId entry = tree().AddNode(kNoNode, std::u16string(kNetworkComputerEntry));
+  EXPECT_FALSE(model.ToggleFolderState(entry));
+  EXPECT_EQ(tree().StateOf(entry), csUnchecked);
+  EXPECT_FALSE(model.ToggleFolderStateFromKeyboard(entry));
+  EXPECT_EQ(tree().StateOf(entry), csFolderNoSub);
+  EXPECT_EQ(Text(model.Lists()), "/m/||||");
+  ASSERT_EQ(prompts.Shown().size(), 2u);
+  EXPECT_EQ(prompts.Shown()[1].text, u"Only folders within a network can be set for inclusion");
+  EXPECT_EQ(prompts.Shown()[1].caption, u"Tessaroven Batch Converter");
+  EXPECT_EQ(prompts.Shown()[1].style, kPromptOk | kPromptIconError);
 }
 
 // ---- States of the tree ----------------------------------------------------
@@ -223,17 +211,6 @@ TEST_F(SelectionModelTest, LoadedSubFoldersFollowAChosenFolderAndItsExclusions) 
   model.ToggleFolderState(m);  // unchecked
   EXPECT_EQ(Text(model.Lists()), "||||");
   EXPECT_EQ(States({m, again[0], again[1], drive}), "1111");
-}
-
-TEST_F(SelectionModelTest, ListsReplacedAsAWholeAreShownOnEveryLoadedNode) {
-  auto& l = model.Lists();
-  l.lstFoldersNoSub = N({u"/m/ab/", u"/m/a/deep/more/"});
-  l.lstSingleFiles = N({u"/m/a/deep/x.flac"});
-  l.lstFoldersAndSub = N({u"/home/u/Music/"});
-  model.InitialStatesForLoadedNodes();
-  EXPECT_EQ(States({drive, m, a, deep, ab, shortcut}), "222354");
-  // A folder loaded later takes its own entry's state.
-  EXPECT_EQ(States({Expand(deep, {u"/m/a/deep/more/"})[0]}), "5");
 }
 
 struct InitialCase {
@@ -310,21 +287,6 @@ INSTANTIATE_TEST_SUITE_P(SelectionModel, FileTicks,
                                                    {true, "|||/m/a/a.flac|", "322"},
                                                    {false, "||||", "111"}}}),
                          [](const auto& p) { return std::string(p.param.name); });
-
-TEST_F(SelectionModelTest, FolderClicksRedrawTheFileChecks) {
-  model.ToggleFolderState(m);  // the listed folder /m/a/ inherits
-  EXPECT_EQ(window.images, "22");
-
-  window.images = "21";
-  model.SetFileSelected(1, false);
-  model.ToggleFolderState(ab);  // a sibling: the exclusion stays
-  EXPECT_EQ(window.images, "21");
-
-  model.ToggleFolderState(a);  // clears the exclusion below it
-  EXPECT_EQ(window.images, "22");
-  model.ToggleFolderState(a);  // excluded from /m/
-  EXPECT_EQ(window.images, "11");
-}
 
 enum class MenuCommand { kCheckAll, kUncheckAll, kInvert };
 

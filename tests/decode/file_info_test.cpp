@@ -17,23 +17,6 @@ namespace {
 
 // --- The audio format copied out of an open record ---
 
-TEST(CopyAudioFormatTest, PcmAndFloatAreRecomputedCompressedFormatsKept) {
-  struct Case {
-    TsvWaveFormatEx in;
-    std::uint16_t blockAlign;
-    std::uint32_t avgBytes;
-  };
-  for (const Case& c : {Case{{1, 2, 44100, 1000, 3, 16, 0}, 4, 176400}, Case{{3, 2, 96000, 1, 1, 32, 0}, 8, 768000},
-                        Case{{2, 2, 22050, 22311, 1024, 4, 0}, 1024, 22311}}) {
-    TsvOpenRecord record;
-    std::memset(&record, 0, sizeof(record));
-    record.format = c.in;
-    const AudioFormat format = CopyAudioFormat(record);
-    EXPECT_EQ(format.wave.block_align, c.blockAlign) << c.in.format_tag;
-    EXPECT_EQ(format.wave.avg_bytes_per_sec, c.avgBytes) << c.in.format_tag;
-  }
-}
-
 TEST(CopyAudioFormatTest, ExtraBytesFollowTheFormatButNeverPassTheRecord) {
   TsvOpenRecord record;
   std::memset(&record, 0, sizeof(record));
@@ -231,26 +214,6 @@ TEST_F(ReadFileInfoTest, FailedOpenOrNoPluginGivesNothing) {
   EXPECT_FALSE(ReadFileInfo(u"song.nothing", decoder, info));
   EXPECT_FALSE(info.opened);
   ASSERT_EQ(info.tags.size(), 1u);
-}
-
-TEST_F(ReadFileInfoTest, BrokenTagBlocksKeepTheTagsBeforeTheBadEntry) {
-  for (const auto& [fake, artist] : {std::pair{u"tags_len4", u""}, std::pair{u"tags_past_end", u"Kept"},
-                                     std::pair{u"tags_negative", u"Kept"}}) {
-    SCOPED_TRACE(Utf16ToUtf8(fake));
-    // Each fake alone in the folder and not cached, as if it were the only one installed.
-    const std::filesystem::path installed = test::FsPath(Install(fake));
-    test::SetCachedLibrary(u".fkt", u"");
-    {  // the library unloaded before its file goes
-      clQzDecoder decoder;
-      FileInfo info;
-      EXPECT_TRUE(ReadFileInfo(u"song.fkt", decoder, info));
-      EXPECT_EQ(TagValue(info.tags, u"Artist"), artist);
-      EXPECT_FALSE(HasTag(info.tags, u"Album"));
-      // The computed values are there all the same.
-      EXPECT_EQ(TagValue(info.tags, u"Channels"), u"2");
-    }
-    std::filesystem::remove(installed);
-  }
 }
 
 }  // namespace

@@ -29,8 +29,6 @@ TEST_F(PluginFolderTest, ListsLibrariesOnlySkippingFoldersNamedLikeOne) {
   EXPECT_EQ(found, expected);
 }
 
-TEST_F(PluginFolderTest, MissingFolderListsNothing) { EXPECT_TRUE(ListPluginLibraries(Folder() + u"absent").empty()); }
-
 TEST_F(PluginFolderTest, OverrideIsUsedAndDefaultSitsBesideTheExecutable) {
   EXPECT_EQ(PluginFolder(), Folder());
   SetPluginFolderOverride(std::nullopt);

@@ -88,37 +88,9 @@ TEST(ParseTagBlockTest, ReadsEntriesUpToTheFirstBadOne) {
   for (const ParseCase& c : kParseCases) {
     EXPECT_EQ(ParseTagBlock(c.block.bytes().data(), c.block.size() + c.lengthDelta), c.expected) << c.name;
   }
-}
-
-TEST(ParseTagBlockEdges, NullOrNonPositiveLengthGivesNothing) {
   const Block block = Block().Int(1).Entry(u"A", u"B");
   EXPECT_TRUE(ParseTagBlock(nullptr, 100).empty());
   EXPECT_TRUE(ParseTagBlock(block.bytes().data(), -5).empty());
-}
-
-// The first list wins over any spelling of a name; new names are appended, all of
-// them, even when the second list repeats one.
-TEST(MergeTagsTest, FirstListWinsAndNewNamesAreAppended) {
-  TagList first{{u"Artist", u"one", {}}};
-  MergeTags(first, {{u"ARTIST", u"two", {}}, {u"Genre", u"x", {}}, {u"Genre", u"y", {}}});
-  std::vector<std::pair<std::u16string, std::u16string>> got;
-  for (const Tag& t : first) got.emplace_back(t.name, t.value);
-  EXPECT_EQ(got, (std::vector<std::pair<std::u16string, std::u16string>>{
-                     {u"Artist", u"one"}, {u"Genre", u"x"}, {u"Genre", u"y"}}));
-}
-
-TEST(TagListTest, LookUpSetAndRemoveFoldAsciiCase) {
-  TagList tags{{u"Album", u"x", {1}}, {u"ALBUM", u"y", {}}, {u"Other", u"z", {}}};
-  EXPECT_EQ(TagValue(tags, u"album"), u"x");
-  EXPECT_TRUE(HasTag(tags, u"OTHER"));
-  EXPECT_EQ(TagValue(tags, u"Missing"), u"");
-  SetTag(tags, u"album", u"new");
-  EXPECT_EQ(tags[0].value, u"new");
-  EXPECT_TRUE(tags[0].binary.empty());
-  RemoveTag(tags, u"Album");
-  ASSERT_EQ(tags.size(), 1u);
-  SetTag(tags, u"Added", u"v");
-  EXPECT_EQ(tags.back().name, u"Added");
 }
 
 }  // namespace

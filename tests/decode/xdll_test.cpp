@@ -8,20 +8,6 @@
 namespace tessaroven {
 namespace {
 
-TEST(XDLLTest, LoadsResolvesAndFrees) {
-  XDLL dll;
-  EXPECT_EQ(dll.Symbol("Create"), nullptr);
-  ASSERT_TRUE(dll.OpenLibrary(test::FakePluginPath(u"alpha")));
-  EXPECT_NE(dll.Symbol("Create"), nullptr);
-  EXPECT_NE(dll.Function<TsvOpenFn>("Open"), nullptr);
-  EXPECT_EQ(dll.Symbol("NoSuchExport"), nullptr);
-  // Helpers of the plug-in are hidden; only the exports are visible.
-  EXPECT_EQ(dll.Symbol("AddEntry"), nullptr);
-  dll.ReleaseLibrary();
-  EXPECT_FALSE(dll.HasModule());
-  EXPECT_EQ(dll.Symbol("Create"), nullptr);
-}
-
 TEST(XDLLTest, FilesThatAreNoLibraryDoNotLoad) {
   test::TempDir dir;
   const std::u16string text = dir / (u"text" + std::u16string(test::kLibrarySuffix));

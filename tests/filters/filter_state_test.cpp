@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 #include <tuple>
 
@@ -19,17 +18,6 @@ void AddTypes(FilterState& state) {
   for (const char16_t* extension : {u".flac", u".mp3", u".ogg"}) {
     state.Types().Records().Add(DecoderTypeRecord{extension, u"Audio", false});
   }
-}
-
-TEST(FilterStateTest, DefaultStateReadsTheFieldFile) {
-  const std::filesystem::path path(ToOsString(FilterFieldsFilePath()));
-  std::error_code error;
-  std::filesystem::create_directories(path.parent_path(), error);
-  ASSERT_TRUE(test::WriteBytes(FilterFieldsFilePath(), std::string("M\0o\0o\0d\0\r\0\n\0Y\0e\0a\0r\0", 20)));
-  FilterState state;
-  std::filesystem::remove(path, error);
-  EXPECT_EQ(state.Metadata().Fields(), (FilterFieldNames{u"Mood", u"Year", u"", u"", u"", u"", u"", u""}));
-  EXPECT_FALSE(state.AnyFilterActive());
 }
 
 TEST(FilterStateTest, FilterButtonIsActiveWhenAnyPartNarrows) {

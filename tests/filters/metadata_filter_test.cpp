@@ -60,65 +60,6 @@ TEST(MarkedSetTest, LoadsSortedUniqueNonZeroKeysAndWritesThemAscendingLittleEndi
   EXPECT_FALSE(back.Contains(0x10));
 }
 
-// --- The catalogue ---
-
-TEST(CatalogueTest, KeepsFirstSeenOrderAndASortedIndexByKey) {
-  clFilters slot;
-  const std::vector<std::u16string> met = {u"Rock", u"Jazz", u"rock", u"Pop", u"Rock ", u"Jazz", u"Blues"};
-  for (const auto& value : met) EXPECT_EQ(slot.KeyFor(value), ValueKey(value));
-
-  // "rock" is "Rock" again: the first spelling met stays.
-  const std::vector<std::u16string> firstSeen = {u"Rock", u"Jazz", u"Pop", u"Rock ", u"Blues"};
-  const FilterValueCatalogue& catalogue = slot.Catalogue();
-  ASSERT_EQ(catalogue.Count(), firstSeen.size());
-  for (std::size_t i = 0; i < firstSeen.size(); ++i) EXPECT_EQ(catalogue[i].value, firstSeen[i]);
-  for (std::size_t i = 1; i < catalogue.Count(); ++i) EXPECT_LT(catalogue.Sorted(i - 1).key, catalogue.Sorted(i).key);
-  EXPECT_EQ(catalogue.Find(ValueKey(u"rock")), 0u);
-}
-
-// --- Which slot excludes ---
-
-TEST(MetadataFilterTest, ExcludeAllAloneDoesNotActivateButExcludesWhenRun) {
-  MetadataFilter filter({u"Artist", u"Genre", u"", u"", u"", u"", u"", u""});
-  filter.Slot(1).SetExcludeAll(true);
-  EXPECT_FALSE(filter.AnyMetadataSlotActive());
-  const TagList tagged = Tags({{u"Artist", u"X"}, {u"Genre", u"Rock"}});
-  EXPECT_TRUE(filter.IsExcludedByTags(&tagged));
-  // A file no plug-in opened has no key anywhere and is kept.
-  EXPECT_FALSE(filter.IsExcludedByTags(nullptr));
-  filter.Slot(1).Marked().Add(ValueKey(u"rock"));
-  EXPECT_TRUE(filter.AnyMetadataSlotActive());
-  EXPECT_FALSE(filter.IsExcludedByTags(&tagged));
-}
-
-TEST(MetadataFilterTest, EverySlotLearnsTheFileEvenWhenAnEarlierSlotExcludes) {
-  MetadataFilter filter({u"Artist", u"", u"Genre", u"", u"", u"", u"", u"Mood"});
-  filter.Slot(0).Marked().Add(ValueKey(u"X"));
-  const TagList tags = Tags({{u"Artist", u"X"}, {u"Genre", u"Rock"}});
-  EXPECT_TRUE(filter.IsExcludedByTags(&tags));
-  EXPECT_EQ(filter.Slot(2).Catalogue().Count(), 1u);
-  EXPECT_EQ(filter.Slot(7).Catalogue()[0].value, u"[no Mood]");
-  // A slot without a field learns nothing.
-  EXPECT_EQ(filter.Slot(1).Catalogue().Count(), 0u);
-}
-
-// The dialog shows beside each value how many files carry it: a file read again (listed,
-// then collected) is still one file.
-class MetadataFileCountTest : public test::PluginFolderFixture {};
-
-TEST_F(MetadataFileCountTest, CountsEachFileOncePerValue) {
-  InstallAll({u"alpha", u"beta"});
-  MetadataFilter filter({u"Plugin", u"", u"", u"", u"", u"", u"", u""});
-  clQzDecoder decoder;
-  for (const char16_t* file : {u"a.fka", u"b.fkb", u"a2.fka", u"a.fka", u"b.fkb"})
-    filter.IsMetadataExcluded(Folder() + file, decoder);
-  const FilterValueCatalogue& values = filter.Slot(0).Catalogue();
-  ASSERT_EQ(values.Count(), 2u);
-  EXPECT_EQ(values[0].value, u"alpha");
-  EXPECT_EQ(values[0].files, 2u);
-  EXPECT_EQ(values[1].files, 1u);
-}
-
 // --- Reading files through the fake plug-ins ---
 //
 // alpha (.fka): first tag block Plugin=alpha, Artist="Alpha Artist", Track, Rating;

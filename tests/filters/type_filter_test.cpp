@@ -2,14 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "base/text.h"
-
-#include "decode/fake_plugins.h"
 
 namespace tessaroven {
 namespace {
@@ -56,36 +52,6 @@ TEST(TypeFilterTest, TextListsExcludedRecordsInRecordOrderAndRoundTrips) {
   loaded.ApplyExcludedExtensionsText(filter.ExcludedExtensionsText());
   // The second .ogg record shares the first one's extension, so it follows it.
   EXPECT_EQ(Flags(loaded), (std::vector<bool>{false, true, false, true, true, true}));
-}
-
-TEST(TypeFilterTest, AnyAcceptedRecordOfTheExtensionAccepts) {
-  for (const auto& [text, path, accepted] :
-       {std::tuple{u"", u"SONG.OGG", true}, std::tuple{u"", u"song.flac", false}, std::tuple{u"", u"song.og", false},
-        std::tuple{u".ogg;", u"song.Ogg", false},
-        // The .MP3 record still accepts either spelling.
-        std::tuple{u".mp3;", u"song.mp3", true}, std::tuple{u".mp3;.MP3;", u"song.Mp3", false}}) {
-    TypeFilter filter = MakeFilter();
-    filter.ApplyExcludedExtensionsText(text);
-    EXPECT_EQ(filter.IsAcceptedFile(path), accepted) << Utf16ToUtf8(path) << " " << Utf16ToUtf8(text);
-  }
-}
-
-using TypeFilterBuildTest = test::PluginFolderFixture;
-
-TEST_F(TypeFilterBuildTest, RecordsComeFromThePlugins) {
-  InstallAll({u"alpha", u"open_fail"});
-  TypeFilter filter;
-  filter.Records().Add(DecoderTypeRecord{u".old", u"Gone", true});
-  filter.Build();
-  std::vector<std::u16string> extensions;
-  for (std::size_t i = 0; i < filter.Records().Count(); ++i) {
-    extensions.push_back(filter.Records()[i].extension);
-    EXPECT_FALSE(filter.Records()[i].excluded);
-  }
-  std::sort(extensions.begin(), extensions.end());  // plug-ins come in directory order
-  EXPECT_EQ(extensions, (std::vector<std::u16string>{u".fka", u".fko", u".fkw"}));
-  EXPECT_TRUE(filter.IsAcceptedFile(u"x.FKW"));
-  EXPECT_FALSE(filter.IsAcceptedFile(u"x.old"));
 }
 
 }  // namespace

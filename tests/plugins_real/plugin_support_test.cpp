@@ -38,12 +38,6 @@ TEST(QualityLabel, NamesTheClassOfTheSource) {
   for (const QualityCase& c : kQualityCases) EXPECT_EQ(QualityLabel(c.shape), c.label) << Utf16ToUtf8(c.label);
 }
 
-TEST(KiloHertzText, DropsTrailingZerosAndUsesADot) {
-  for (const auto& [rate, text] : {std::pair{44100, u"44.1 kHz"}, std::pair{48000, u"48 kHz"},
-                                   std::pair{22050, u"22.05 kHz"}, std::pair{11025, u"11.025 kHz"}})
-    EXPECT_EQ(KiloHertzText(rate), text) << rate;
-}
-
 // A 48 kHz family rate is not a DSD type.
 TEST(DsdMultiple, KnowsTheDsdRatesOnly) {
   for (const auto& [rate, multiple] : {std::pair{2822400, 64}, std::pair{22579200, 512}, std::pair{44100, 0},

@@ -16,10 +16,7 @@ std::string DataFolder() { return std::string(TESSAROVEN_TEST_DATA) + "/"; }
 RealPlugin::RealPlugin(const std::string& name) {
   const std::string path = std::string(TESSAROVEN_PLUGIN_DIR) + "/" + name + ".so";
   handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (!handle_) {
-    error_ = dlerror();
-    return;
-  }
+  if (!handle_) return;
   for (const char* symbol :
        {"Create", "Destroy", "Get", "Set", "Open", "Close", "DecodeBlock", "SetPosition", "DeleteATag"}) {
     if (dlsym(handle_, symbol)) ++exportCount_;
@@ -33,8 +30,8 @@ RealPlugin::RealPlugin(const std::string& name) {
   resolve(close_, "Close");
   resolve(decodeBlock_, "DecodeBlock");
   resolve(setPosition_, "SetPosition");
+  // A plug-in without all nine exports is not loaded at all, as in the selector.
   if (exportCount_ == 9) resolve(create_, "Create");
-  else error_ = "missing exports in " + path;
 }
 
 RealPlugin::~RealPlugin() {
@@ -63,13 +60,6 @@ std::vector<std::pair<std::u16string, std::u16string>> RealPlugin::Decodes() con
     rows.emplace_back(item.text1, item.text2);
   }
   return rows;
-}
-
-std::u16string RealPlugin::PropertyElements() const {
-  const Instance instance = NewInstance();
-  TsvItemRecord item{};
-  if (!instance || get_(instance.get(), u"Property Elements", &item) == 0 || !item.text1) return {};
-  return item.text1;
 }
 
 ReadResult RealPlugin::Read(const std::string& path) const {

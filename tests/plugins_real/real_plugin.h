@@ -53,14 +53,9 @@ class RealPlugin {
   RealPlugin& operator=(const RealPlugin&) = delete;
 
   bool Loaded() const { return create_ != nullptr; }
-  const std::string& Error() const { return error_; }
-  // How many of the nine exports the library has.
-  int ExportCount() const { return exportCount_; }
 
   // The "Decodes" list as the selector reads it: (extension, description) pairs.
   std::vector<std::pair<std::u16string, std::u16string>> Decodes() const;
-  // The text of "Property Elements" index 0.
-  std::u16string PropertyElements() const;
   ReadResult Read(const std::string& path) const;
   // Opens path twice on one instance; the results of the two Open calls.
   std::pair<bool, bool> OpenTwice(const std::string& path) const;
@@ -73,7 +68,6 @@ class RealPlugin {
   bool Open(const Instance& instance, const std::u16string& path, TsvOpenRecord& record) const;
 
   void* handle_ = nullptr;
-  std::string error_;
   int exportCount_ = 0;
   TsvCreateFn create_ = nullptr;
   TsvDestroyFn destroy_ = nullptr;

@@ -187,12 +187,18 @@ TEST(CrashStartTest, ReportsAnExistingDumpOtherwiseStartsNormally) {
 // --- Crashing children ---------------------------------------------------------------
 
 // The restart runs detached from the crashed child, so its record arrives a little
-// later: waits for it, bounded, so a missing restart fails instead of hanging.
+// later: waits for it, bounded, so a missing restart fails instead of hanging. It
+// waits for the content, not the name: on Windows the renamed record is visible while
+// the probe's rename still holds it open for deletion, and an open in that moment
+// fails with a sharing violation, which would read as an empty record.
 std::string ProbeRecord(const std::u16string& path, std::chrono::seconds limit) {
   const auto until = std::chrono::steady_clock::now() + limit;
-  while (!test::FileExists(path) && std::chrono::steady_clock::now() < until)
+  std::string record = test::ReadBytes(path);
+  while (record.empty() && std::chrono::steady_clock::now() < until) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  return test::ReadBytes(path);
+    record = test::ReadBytes(path);
+  }
+  return record;
 }
 
 // args: base folder, mode, "remove-folder" or "keep-folder". Writes its pid to

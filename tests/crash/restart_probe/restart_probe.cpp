@@ -1,6 +1,7 @@
 // Stands in for the program that a crash restarts: records the words it was started
 // with, one per line, into the file named by its first argument. The file appears
-// whole (written under another name, then renamed), so a test that sees it can read it.
+// whole (written under another name, then renamed), so a test that reads any content
+// reads all of it.
 #include <cstdio>
 #include <fstream>
 #include <string>

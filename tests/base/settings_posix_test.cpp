@@ -56,14 +56,6 @@ class SettingsFileTest : public testing::Test {
   std::u16string File() const { return Folder() + u"user.reg"; }
   std::string Text() const { return test::ReadBytes(File()); }
 
-  std::uint64_t Generation() const {
-    const std::string bytes = test::ReadBytes(Folder() + u"user.reg.lock");
-    std::uint64_t generation = 0;
-    for (std::size_t i = std::min<std::size_t>(bytes.size(), 8); i-- > 0;)
-      generation = (generation << 8) | static_cast<unsigned char>(bytes[i]);
-    return generation;
-  }
-
   std::vector<std::string> BadFiles() const {
     std::vector<std::string> names;
     const std::regex pattern(R"(user\.reg\.\d{8}-\d{6}(-\d+)?\.bad)");
@@ -123,31 +115,6 @@ TEST_F(SettingsFileTest, TheFileIsPrivateToTheUserInTheConfigFolder) {
   EXPECT_EQ(SettingsStoreLocation(), dir_ / u"home/.config/tessaroven/user.reg");
   unsetenv("XDG_CONFIG_HOME");
   EXPECT_EQ(Get(u"V"), 5u);
-}
-
-// ---- Writing only what changed --------------------------------------------------------
-
-// Some values are written again on every use (the decoder cache on every change of
-// extension), and every read of a new key creates it: only a real change may
-// rewrite the file.
-TEST_F(SettingsFileTest, OnlyARealChangeRewritesTheFile) {
-  EXPECT_EQ(Get(u"V"), 0u);
-  EXPECT_EQ(Text(), std::string(kHeader) + "[HKEY_CURRENT_USER\\Software\\Orvandelle\\Tessaroven]\n\n");
-  const std::uint64_t generation = Generation();
-  EXPECT_EQ(Get(u"V"), 0u);
-  EXPECT_EQ(SettingsGetDword(u"V", SettingsRoot::CurrentUser, std::u16string_view(u"software\\ORVANDELLE")), 0u);
-  EXPECT_EQ(Generation(), generation) << "reading a key that exists (or whose child does)";
-
-  ASSERT_TRUE(Put(5, u"Number"));
-  ASSERT_TRUE(SettingsSetString(u"C:\\dec.so", u".flac", SettingsRoot::CurrentUser, kKey));
-  EXPECT_EQ(Generation(), generation + 2);
-  EXPECT_TRUE(Put(5, u"Number"));
-  EXPECT_TRUE(SettingsSetString(u"C:\\dec.so", u".FLAC", SettingsRoot::CurrentUser, kKey));
-  EXPECT_EQ(Generation(), generation + 2) << "storing what is there";
-
-  ASSERT_TRUE(Put(6, u"Number"));
-  EXPECT_EQ(Generation(), generation + 3);
-  EXPECT_EQ(Get(u"Number"), 6u);
 }
 
 TEST_F(SettingsFileTest, HandEditsAreNoticed) {

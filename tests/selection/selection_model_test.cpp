@@ -136,21 +136,6 @@ INSTANTIATE_TEST_SUITE_P(SelectionModel, FolderClicks,
                                                     {csFolderNoSub, "/m/|/m/a/|||"}}}),
                          [](const auto& p) { return std::string(p.param.name); });
 
-TEST_F(SelectionModelTest, ClickingAFolderClearsEveryEntryBelowItInAllFiveLists) {
-  auto& l = model.Lists();
-  l.lstFoldersAndSub = N({u"/x/", u"/m/a/deep/"});
-  l.lstFoldersNoSub = N({u"/m/a/deep/more/", u"/m/ab/"});
-  l.lstFoldersExclude = N({u"/m/a/deep/skip/"});
-  l.lstSingleFiles = N({u"/m/a/a.flac", u"/m/ab/c.flac", u"/m/a/deep/d.ogg"});
-  l.lstSingleFilesExclude = N({u"/m/a/b.mp3", u"/x/e.wav"});
-
-  model.ToggleFolderState(a);
-
-  // /m/ab/ shares the name's start but is no part of /m/a/.
-  EXPECT_EQ(Text(l), "/x/,/m/a/|/m/ab/||/m/ab/c.flac|/x/e.wav");
-  EXPECT_EQ(States({a, deep, m, drive}), "4422");
-}
-
 TEST_F(SelectionModelTest, KeyboardToggleLeavesTheControlsOwnStepToLandOnTheClickedState) {
   FakeWindow clickWindow;
   SelectionModel clicked(clickWindow);

@@ -33,8 +33,10 @@ testing::AssertionResult NamedInFolder(const std::u16string& path, const std::u1
 }
 
 // Linux adds eight random hex digits to the whole prefix; Windows lets the system
-// name the file, which keeps three characters of the prefix.
-TEST(TempFile, CreatesAnEmptyFileNamedFromThePrefix) {
+// name the file, which keeps three characters of the prefix. Each call first deletes
+// the file the path names, read-only too (on Windows such a file is only deleted once
+// that is undone); a path whose file is gone is no problem.
+TEST(TempFile, CreatesAnEmptyFileNamedFromThePrefixInPlaceOfThePreviousOne) {
   struct {
     std::u16string prefix;
     std::string posixName, windowsName;
@@ -43,14 +45,22 @@ TEST(TempFile, CreatesAnEmptyFileNamedFromThePrefix) {
       {u"", R"(TMP[0-9A-F]{8}\.tmp)", R"(TMP[0-9A-Fa-f]{1,4}\.tmp)"},
       {u"Tessaroven", R"(Tessaroven[0-9A-F]{8}\.tmp)", R"(Tes[0-9A-Fa-f]{1,4}\.tmp)"},
   };
+  std::u16string path;
   for (const auto& c : cases) {
-    std::u16string path;
+    const std::u16string previous = path;
     ASSERT_TRUE(CreateTempFile(path, c.prefix));
+    EXPECT_TRUE(previous.empty() || !FileExists(previous)) << Utf16ToUtf8(previous);
     EXPECT_TRUE(NamedInFolder(path, TempFolder(), kIsWindows ? c.windowsName : c.posixName));
     EXPECT_TRUE(FileExists(path));
     EXPECT_EQ(ReadBytes(path), "");
-    RemoveFile(path);
+    ASSERT_TRUE(test::WriteBytes(path, "list of files"));
+    std::filesystem::permissions(std::filesystem::path(ToOsString(path)), std::filesystem::perms::owner_read);
   }
+  ASSERT_TRUE(CreateTempFile(path));
+  RemoveFile(path);
+  ASSERT_TRUE(CreateTempFile(path));
+  EXPECT_TRUE(FileExists(path));
+  RemoveFile(path);
 }
 
 // A missing temporary folder is made with its parents; on Windows the system cannot
@@ -64,23 +74,6 @@ TEST(TempFile, MissingTempFolderIsCreatedWithItsParents) {
   ASSERT_TRUE(CreateTempFile(path, u"QzS"));
   EXPECT_TRUE(NamedInFolder(path, folder, kIsWindows ? R"(QzS[0-9]{1,4}\.tmp)" : R"(QzS[0-9A-F]{8}\.tmp)"));
   EXPECT_TRUE(FileExists(path));
-}
-
-// Read-only too: on Windows such a file is only deleted once that is undone.
-TEST(TempFile, ThePreviousFileIsDeletedFirstIfItIsThere) {
-  std::u16string path;
-  ASSERT_TRUE(CreateTempFile(path, u"QzS"));
-  const std::u16string first = path;
-  ASSERT_TRUE(test::WriteBytes(first, "list of files"));
-  std::filesystem::permissions(std::filesystem::path(ToOsString(first)), std::filesystem::perms::owner_read);
-  ASSERT_TRUE(CreateTempFile(path, u"QzS"));
-  EXPECT_FALSE(FileExists(first));
-  EXPECT_EQ(ReadBytes(path), "");
-
-  RemoveFile(path);
-  ASSERT_TRUE(CreateTempFile(path)) << "a previous path that is gone is no problem";
-  EXPECT_TRUE(FileExists(path));
-  RemoveFile(path);
 }
 
 }  // namespace

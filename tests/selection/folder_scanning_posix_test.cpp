@@ -1,125 +1,68 @@
 // What only Linux file systems can hold: links, pipes and names differing in case
 // only. (Paths longer than the system opens are named by the CLI's run tests.)
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-
-#include "base/text.h"
-#include "null_view.h"
-#include "selection/folder_scanning.h"
-#include "support/test_env.h"
+#include "scan_test_support.h"
 
 namespace tessaroven {
 namespace {
 
-using Strings = std::vector<std::string>;
+using test::Paths;
 
-class PosixScanTest : public ::testing::Test {
+class PosixScanTest : public test::ScanTest {
  protected:
-  PosixScanTest() : filters_(FilterFieldNames{}) {
-    filters_.Types().Records().Add(DecoderTypeRecord{u".mp3", u"MPEG", false});
+  void Link(std::string_view target, std::u16string_view relative) {
+    ASSERT_EQ(symlink(std::string(target).c_str(), ToOsString(At(relative)).c_str()), 0);
   }
-
-  std::string Os(std::string_view relative) const { return ToOsString(root_.Path()) + std::string(relative); }
-  std::u16string At(std::string_view relative) const { return FromOsString(Os(relative)); }
-
-  // Names ending in "/" are folders, the others files.
-  void Make(std::initializer_list<std::string> paths) {
-    for (const std::string& path : paths) {
-      if (path.ends_with("/")) {
-        ASSERT_TRUE(test::MakeFolder(At(path)));
-      } else {
-        ASSERT_TRUE(test::WriteBytes(At(path), "x"));
-      }
-    }
-  }
-  void Link(std::string_view target, std::string_view relative) {
-    ASSERT_EQ(symlink(std::string(target).c_str(), Os(relative).c_str()), 0);
-  }
-
-  // What a walk of `lists` collects, in its own order.
-  Strings Collect(const SelectionLists& lists) {
-    AudioFileTest audio(filters_.Types());
-    CollectContext context{lists, filters_, audio, decoder_, false, u"", cancel_, progress_};
-    Strings result;
-    for (const std::u16string& path : CollectFiles(context)) result.push_back(ToOsString(path));
-    return result;
-  }
-  // The files below `folder` ticked with its sub-folders, sorted.
-  Strings Collect(std::string_view folder) {
-    SelectionLists lists;
-    lists.lstFoldersAndSub = {At(folder)};
-    Strings result = Collect(lists);
-    std::sort(result.begin(), result.end());
-    return result;
-  }
-
-  test::TempDir root_;
-  FilterState filters_;
-  clQzDecoder decoder_;
-  XEvent cancel_;
-  CollectProgress progress_;
 };
 
 // Three ways into every level (the folder and two links to it) made 3^depth paths,
-// and a link back up made a loop: the walk must cost one visit per real folder.
-TEST_F(PosixScanTest, LinksIntoTheTreeAndLoopsDoNotMultiplyThePaths) {
-  constexpr int kDepth = 9;
-  std::string level = "t/";
-  Make({level});
-  for (int i = 0; i < kDepth; ++i) {
-    Make({level + "f.mp3", level + "n/"});
-    Link("n", level + "a");
-    Link("n", level + "b");
-    level += "n/";
+// and a link back up made a loop: the walk must cost one visit per real folder. Only
+// regular files reach the converter: a dangling link or a named pipe with an audio
+// name would make it fail or hang. The list and the collector agree.
+TEST_F(PosixScanTest, LinksDoNotMultiplyThePathsAndOnlyRegularFilesCount) {
+  Make({u"t/real.mp3", u"t/.hidden.mp3/"});
+  Link("real.mp3", u"t/link.mp3");
+  Link("gone.mp3", u"t/dangling.mp3");
+  ASSERT_EQ(mkfifo(ToOsString(At(u"t/pipe.mp3")).c_str(), 0600), 0);
+  Link("pipe.mp3", u"t/to-pipe.mp3");
+  const Paths files = At({u"t/link.mp3", u"t/real.mp3"});
+  EXPECT_EQ(Listed(u"t/"), files);
+  std::u16string level = u"t/";
+  for (int i = 0; i < 9; ++i) {
+    Make({level + u"n/f.mp3"});
+    Link("n", level + u"a");
+    Link("n", level + u"b");
+    level += u"n/";
   }
-  Link("../..", level + "up");
-  EXPECT_EQ(Collect("t/").size(), static_cast<std::size_t>(kDepth)) << "one file per real folder";
+  Link("../..", level + u"up");
+  SelectionLists lists;
+  lists.lstFoldersAndSub = {At(u"t/")};
+  const Paths collected = Collect(lists);
+  EXPECT_EQ(collected.size(), 11u) << "the file, its link and one file per real folder";
+  for (const auto& file : files) EXPECT_EQ(std::count(collected.begin(), collected.end(), file), 1);
 }
 
 TEST_F(PosixScanTest, AFolderExcludedByPathStaysOutWhenReachedThroughALink) {
-  Make({"x/", "x/live/", "x/flat/", "x/flat/deep/", "x/live/1.mp3", "x/flat/2.mp3", "x/flat/deep/3.mp3", "x/4.mp3"});
-  Link("live", "x/concerts");
-  Link("flat", "x/alias");
+  Make({u"x/live/1.mp3", u"x/flat/2.mp3", u"x/flat/deep/3.mp3", u"x/4.mp3"});
+  Link("live", u"x/concerts");
+  Link("flat", u"x/alias");
   SelectionLists lists;
-  lists.lstFoldersAndSub = {At("x/")};
-  lists.lstFoldersExclude = {At("x/live/")};
-  lists.lstFoldersNoSub = {At("x/flat/")};
+  lists.lstFoldersAndSub = {At(u"x/")};
+  lists.lstFoldersExclude = {At(u"x/live/")};
+  lists.lstFoldersNoSub = {At(u"x/flat/")};
   // The flat folder comes once, on its own, without its sub-folder.
-  EXPECT_EQ(Collect(lists), (Strings{Os("x/4.mp3"), Os("x/flat/2.mp3")}));
-}
-
-// Only regular files reach the converter: a dangling link or a named pipe with an
-// audio name would make it fail or hang. The list and the collector agree.
-TEST_F(PosixScanTest, LinksToFilesCountAsTheFilesAndEverythingButRegularFilesIsLeftOut) {
-  Make({"l/", "l/real.mp3", "l/.hidden.mp3/"});
-  Link("real.mp3", "l/link.mp3");
-  Link("gone.mp3", "l/dangling.mp3");
-  ASSERT_EQ(mkfifo(Os("l/pipe.mp3").c_str(), 0600), 0);
-  Link("pipe.mp3", "l/to-pipe.mp3");
-  const Strings expected = {Os("l/link.mp3"), Os("l/real.mp3")};
-  EXPECT_EQ(Collect("l/"), expected);
-  AudioFileTest audio(filters_.Types());
-  Strings listed;
-  for (const FileEntry& entry : ListFolderFiles(At("l/"), filters_, audio, decoder_))
-    listed.push_back(ToOsString(entry.path));
-  std::sort(listed.begin(), listed.end());
-  EXPECT_EQ(listed, expected);
+  EXPECT_EQ(Collect(lists), At({u"x/4.mp3", u"x/flat/2.mp3"}));
 }
 
 // Linux names may differ in case only; their order must not depend on how the
 // folder was read.
 TEST_F(PosixScanTest, SiblingsDifferingOnlyInCaseExpandInAFixedOrder) {
-  Make({"c/", "c/rock/", "c/Rock/", "c/ROCK/", "c/pop/", "c/rOCK/"});
-  test::NullView view;
-  SelectionModel model(view);
-  const NodeId node = model.Tree().AddNode(kNoNode, At("c/"));
-  ASSERT_EQ(ExpandFolderNode(model, node), 5u);
-  Strings order;
-  for (const NodeId child : model.Tree().ChildrenOf(node)) order.push_back(ToOsString(model.Tree().PathOf(child)));
-  EXPECT_EQ(order, (Strings{Os("c/pop/"), Os("c/ROCK/"), Os("c/Rock/"), Os("c/rOCK/"), Os("c/rock/")}));
+  Make({u"c/rock/", u"c/Rock/", u"c/ROCK/", u"c/pop/", u"c/rOCK/"});
+  const NodeId node = model_.Tree().AddNode(kNoNode, At(u"c/"));
+  ASSERT_EQ(ExpandFolderNode(model_, node), 5u);
+  EXPECT_EQ(Children(node), At({u"c/pop/", u"c/ROCK/", u"c/Rock/", u"c/rOCK/", u"c/rock/"}));
 }
 
 }  // namespace

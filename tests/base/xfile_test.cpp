@@ -93,30 +93,25 @@ TEST(XFile, DispositionsCreateTruncateOrRefuse) {
   }
 }
 
-// Paths no file can have fail like a missing file, without creating anything.
-TEST(XFile, UnusablePathsNeverOpen) {
+// Paths no file can have fail like a missing file, without creating anything, and
+// leave a closed object that does nothing and asks nothing.
+TEST(XFile, UnusablePathsLeaveAClosedObjectThatDoesNothing) {
+  ScriptedPrompts prompts;
   std::u16string huge = test::TestRoot();  // over 32k characters, in components of legal length
   for (int i = 0; i < 140; ++i) huge += std::u16string(250, u'y') + kPathSeparator;
   for (const std::u16string& path : {std::u16string(), std::u16string(3, kPathSeparator), huge + u"f"}) {
     XFile file(path);
     EXPECT_FALSE(file.Open(kReadWrite, OPEN_ALWAYS, false)) << path.size();
+    char buffer[4] = {'x', 'y', 'z', 'w'};
+    EXPECT_EQ(file.Handle(), kInvalidFileHandle);
     EXPECT_EQ(file.Size(), 0u);
+    EXPECT_FALSE(file.Seek(0, kSeekFromStart));
+    EXPECT_EQ(file.Read(buffer, sizeof(buffer)), 0u);
+    EXPECT_FALSE(file.Write(buffer, sizeof(buffer)));
+    EXPECT_TRUE(file.Write(nullptr, 0));
+    file.Close();
+    file.Close();
   }
-}
-
-TEST(XFile, ClosedObjectDoesNothing) {
-  ScriptedPrompts prompts;
-  XFile file(u"never opened");
-  char buffer[4] = {'x', 'y', 'z', 'w'};
-  EXPECT_FALSE(file.IsOpen());
-  EXPECT_EQ(file.Handle(), kInvalidFileHandle);
-  EXPECT_EQ(file.Size(), 0u);
-  EXPECT_FALSE(file.Seek(0, kSeekFromStart));
-  EXPECT_EQ(file.Read(buffer, sizeof(buffer)), 0u);
-  EXPECT_FALSE(file.Write(buffer, sizeof(buffer)));
-  EXPECT_TRUE(file.Write(nullptr, 0));
-  file.Close();
-  file.Close();
   EXPECT_TRUE(prompts.Shown().empty());
 }
 

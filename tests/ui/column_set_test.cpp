@@ -17,48 +17,6 @@
 namespace tessaroven {
 namespace {
 
-// A stored width is taken as its leading number, in pixels as stored; without one
-// the column's default width is scaled from 96 dpi and truncated.
-TEST(ColumnSet, RestoredWidthIsTheStoredOneOrTheScaledDefault) {
-  const struct {
-    std::u16string_view name, storedWidths;
-    int dpi, width;
-  } cases[] = {{u"Name", u" 120", 96, 120}, {u"Name", u"+7", 96, 7},     {u"Name", u"-5", 96, -5},
-               {u"Name", u"12px", 96, 12},  {u"Name", u"120", 192, 120}, {u"Name", u"0", 144, 375},
-               {u"Name", u"", 96, 250},     {u"Mood", u"", 96, 150},     {u"Mood", u"", 192, 300},
-               {u"bIT rATE", u"", 96, 110}, {u"Channels", u"", 125, 117}};
-  for (const auto& c : cases) {
-    const ColumnSet set = RestoreColumnSet(c.name, c.storedWidths, kDefaultMainColumns, c.dpi);
-    EXPECT_EQ(set, (ColumnSet{{std::u16string(c.name), c.width}})) << Utf16ToUtf8(c.storedWidths) << " " << c.dpi;
-  }
-}
-
-TEST(ColumnSet, AlignmentMatchesNamesExactly) {
-  EXPECT_TRUE(IsRightAlignedColumn(u"Sample Rate"));
-  EXPECT_FALSE(IsRightAlignedColumn(u"sample rate"));
-  EXPECT_FALSE(IsRightAlignedColumn(u"Rating"));
-}
-
-TEST(ColumnSet, WidthsPairWithNamesByPosition) {
-  const ColumnSet set = RestoreColumnSet(u"Size\r\rMood\rName", u"80\r5\r\r", kDefaultMainColumns, 96);
-  EXPECT_EQ(set, (ColumnSet{{u"Size", 80}, {u"Mood", 150}, {u"Name", 250}}));
-}
-
-TEST(ColumnSet, EmptyStoredNamesRestoreTheDefaultSet) {
-  SettingsSetString(u"", kMainColumnsValue);
-  SettingsSetString(u"300\r300", kMainColumnWidthsValue);
-  const ColumnSet set = LoadColumnSet(kMainColumnsValue, kMainColumnWidthsValue, kDefaultMainColumns, 96);
-  EXPECT_EQ(set, DefaultColumnSet(kDefaultMainColumns, 96));
-}
-
-TEST(ColumnSet, SavedSetLoadsBackInOrder) {
-  const ColumnSet saved{{u"Title", 321}, {u"Mood", 77}, {u"Name", 250}};
-  ASSERT_TRUE(SaveColumnSet(kListColumnsValue, kListColumnWidthsValue, saved));
-  EXPECT_EQ(SettingsGetString(kListColumnsValue), u"Title\rMood\rName");
-  EXPECT_EQ(SettingsGetString(kListColumnWidthsValue), u"321\r77\r250");
-  EXPECT_EQ(LoadColumnSet(kListColumnsValue, kListColumnWidthsValue, {u"Name"}, 192), saved);
-}
-
 TEST(ColumnSet, UnknownStoredNameIsKeptAndOfferedCheckedUnderMissing) {
   SettingsSetString(u"Name\rMy Custom\rartist\rencoder", kMainColumnsValue);
   SettingsSetString(u"", kMainColumnWidthsValue);
@@ -71,32 +29,6 @@ TEST(ColumnSet, UnknownStoredNameIsKeptAndOfferedCheckedUnderMissing) {
   // Sorted under the fold, each name once, nothing the fixed groups already offer.
   EXPECT_EQ(menu.extended,
             (std::vector<ColumnMenuItem>{{u"audio quality", false}, {u"codec", false}, {u"Encoder", true}}));
-}
-
-// A choice removes a column by name ignoring case, but asks to delete the list's
-// column only on the exact name; a name not in the set is added at its scaled default.
-TEST(ColumnSet, ChoiceRemovesIgnoringCaseAndDeletesTheListColumnOnlyOnExactName) {
-  const ColumnSpec name{u"Name", 1};
-  const struct {
-    ColumnSet before;
-    std::u16string_view chosen;
-    ColumnSet after;
-    ColumnChange change;
-    std::optional<std::u16string> deleteListColumn;
-  } cases[] = {
-      {{name, {u"Artist", 1}}, u"Artist", {name}, ColumnChange::kRemoved, u"Artist"},
-      {{name, {u"artist", 1}}, u"Artist", {name}, ColumnChange::kRemoved, std::nullopt},
-      {{name, {u"artist", 1}, {u"Artist", 1}}, u"Artist", {name, {u"artist", 1}}, ColumnChange::kRemoved, u"Artist"},
-      {{name}, u"Rating", {name, {u"Rating", 200}}, ColumnChange::kAdded, std::nullopt},
-      {{name}, u"Default Columns", {name, {u"Default Columns", 300}}, ColumnChange::kAdded, std::nullopt},
-  };
-  for (const auto& c : cases) {
-    ColumnSet set = c.before;
-    const ColumnChoiceOutcome outcome = ApplyColumnChoice(set, {false, std::u16string(c.chosen)}, {}, 192);
-    EXPECT_EQ(set, c.after) << Utf16ToUtf8(c.chosen);
-    EXPECT_EQ(outcome.change, c.change);
-    EXPECT_EQ(outcome.deleteListColumn, c.deleteListColumn);
-  }
 }
 
 // A row whose size, times, length, bit rate and rating are all `n`.

@@ -18,20 +18,9 @@ TEST(WindowGeometryTest, FittingGivesUpOnePixelOnTheBarsSide) {
       {{0, 0, 1920, 1080}, {0, 0, 1920, 1079}},    // hidden
   };
   for (const auto& [workArea, expected] : cases) EXPECT_EQ(FitToWorkArea(workArea, monitor), expected);
-}
-
-TEST(WindowGeometryTest, FirstStartTakesTheMiddleThreeFifths) {
-  EXPECT_EQ(MiddleThreeFifths({0, 0, 1920, 1080}), (ScreenRect{384, 216, 1536, 864}));
-  // A second monitor to the left: the fifths are measured from its own corner.
+  // A first start's restored rectangle: the middle three fifths, measured from the
+  // monitor's own corner (here a second monitor to the left).
   EXPECT_EQ(MiddleThreeFifths({-1280, 0, 0, 1024}), (ScreenRect{-1024, 204, -256, 816}));
-}
-
-// The saved divider, or a third of the desktop when none was saved; never below 100.
-TEST(WindowGeometryTest, InitialDividerIsTheSavedValueOrAThird) {
-  const struct {
-    int saved, desktopWidth, expected;
-  } cases[] = {{0, 1920, 640}, {0, 240, 100}, {50, 1920, 100}, {420, 1920, 420}, {-7, 1920, 100}};
-  for (const auto& c : cases) EXPECT_EQ(InitialDivider(c.saved, c.desktopWidth), c.expected) << c.saved;
 }
 
 }  // namespace

@@ -4,10 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <functional>
-#include <optional>
-#include <thread>
 
 #include "app/named_objects.h"
 #include "app/single_instance.h"
@@ -17,7 +13,6 @@
 namespace tessaroven {
 namespace {
 
-using std::chrono::milliseconds;
 using test::TempDir;
 
 // Makes the object folder unsafe in one way; false when this user cannot.
@@ -107,53 +102,6 @@ TEST(NamedObjects, WithoutARuntimeFolderUseAPrivateFolderInTmp) {
   EXPECT_TRUE(test::FileExists(Utf8ToUtf16(folder) + name));
   event.Close();
   EXPECT_FALSE(test::FileExists(Utf8ToUtf16(folder) + name));
-}
-
-// What a killed process leaves behind: files that no live process holds. Their
-// content, whatever it is, must not carry over into the next start.
-std::string SnapshotOf(const std::function<void(NamedEvent&, NamedMutex&)>& use, bool mutex) {
-  const std::u16string file = NamedObjectFolder() + u"tessaroven-test-stale";
-  NamedEvent event;
-  NamedMutex lock;
-  if (mutex)
-    lock.Create(u"tessaroven-test-stale");
-  else
-    event.Create(u"tessaroven-test-stale");
-  use(event, lock);
-  return test::ReadBytes(file);
-}
-
-TEST(NamedObjects, AStaleObjectFileIsStartedAfreshByTheNextOpen) {
-  TempDir runtime;
-  test::ScopedEnv env("XDG_RUNTIME_DIR", runtime.Path());
-  std::string heldByAGoneThread;
-  std::thread([&] {
-    heldByAGoneThread = SnapshotOf([](NamedEvent&, NamedMutex& m) { m.Wait(milliseconds(-1)); }, true);
-  }).join();
-  const std::string leftovers[] = {"garbage", "", SnapshotOf([](NamedEvent& e, NamedMutex&) { e.Set(); }, false),
-                                   heldByAGoneThread};
-  for (const auto& bytes : leftovers) {
-    mkdir(Utf16ToUtf8(NamedObjectFolder()).c_str(), 0700);
-    ASSERT_TRUE(test::WriteBytes(NamedObjectFolder() + u"tessaroven-test-stale", bytes));
-
-    NamedEvent event;
-    ASSERT_TRUE(event.Create(u"tessaroven-test-stale")) << Utf16ToUtf8(event.Error());
-    EXPECT_FALSE(event.ExistedBefore());
-    EXPECT_FALSE(event.Wait(milliseconds(0)));
-    EXPECT_TRUE(event.Set());
-    EXPECT_TRUE(event.Wait(milliseconds(0)));
-    event.Close();
-
-    ASSERT_TRUE(test::WriteBytes(NamedObjectFolder() + u"tessaroven-test-stale", bytes));
-    NamedMutex mutex;
-    ASSERT_TRUE(mutex.Create(u"tessaroven-test-stale"));
-    bool got = false;
-    std::thread([&] {
-      got = mutex.Wait(milliseconds(0));
-      mutex.Release();
-    }).join();
-    EXPECT_TRUE(got);
-  }
 }
 
 TEST(SingleInstance, LinuxCommandLineCarriesNonUtf8BytesIntact) {

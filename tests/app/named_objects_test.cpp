@@ -6,7 +6,6 @@
 #include <atomic>
 #include <cstring>
 #include <thread>
-#include <typeinfo>
 
 #include "app/test_files.h"
 #include "support/child_process.h"
@@ -26,59 +25,6 @@ constexpr milliseconds kLook{0};
 constexpr milliseconds kForever{-1};
 // Generous: only reached when something is broken, never a measured duration.
 constexpr milliseconds kPatience{20000};
-
-// Opens the named object of one kind; the same call for every kind, so that the
-// lifetime rules are checked alike for all three.
-std::unique_ptr<NamedObject> OpenEvent(std::u16string_view name) {
-  auto event = std::make_unique<NamedEvent>();
-  event->Create(name);
-  return event;
-}
-std::unique_ptr<NamedObject> OpenMutex(std::u16string_view name) {
-  auto mutex = std::make_unique<NamedMutex>();
-  mutex->Create(name);
-  return mutex;
-}
-std::unique_ptr<NamedObject> OpenBlock(std::u16string_view name) {
-  auto block = std::make_unique<NamedSharedBlock>();
-  block->Create(name, 520);
-  return block;
-}
-using Opener = std::unique_ptr<NamedObject> (*)(std::u16string_view);
-constexpr Opener kEveryKind[] = {OpenEvent, OpenMutex, OpenBlock};
-
-TEST(NamedObjects, ExistBeforeOnlyWhileAnotherHandleIsOpen) {
-  const std::u16string name = u"tessaroven-test-lifetime";
-  for (const Opener open : kEveryKind) {
-    auto first = open(name);
-    ASSERT_TRUE(first->IsOpen()) << Utf16ToUtf8(first->Error());
-    EXPECT_FALSE(first->ExistedBefore());
-    auto second = open(name);
-    ASSERT_TRUE(second->IsOpen());
-    EXPECT_TRUE(second->ExistedBefore()) << typeid(*first).name();
-    first.reset();
-    auto third = open(name);
-    EXPECT_TRUE(third->ExistedBefore()) << "the second handle still holds it";
-    second.reset();
-    third.reset();
-    EXPECT_FALSE(open(name)->ExistedBefore());
-  }
-}
-
-// The same name as an object of another kind cannot be opened as this kind.
-TEST(NamedObjects, OneNameIsOneObject) {
-  const std::u16string name = u"tessaroven-test-one-name";
-  for (const Opener open : kEveryKind) {
-    for (const Opener other : kEveryKind) {
-      auto held = other(name);
-      ASSERT_TRUE(held->IsOpen());
-      auto mine = open(name);
-      const bool sameKind = typeid(*held) == typeid(*mine);
-      EXPECT_EQ(mine->IsOpen(), sameKind) << typeid(*held).name() << " / " << typeid(*mine).name();
-      EXPECT_EQ(mine->Error().empty(), sameKind);
-    }
-  }
-}
 
 // Manual reset: looking does not clear it; a waiter on another thread wakes when it
 // is set, with and without a time limit. A closed or failed event does nothing.

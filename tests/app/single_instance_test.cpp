@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <optional>
-#include <thread>
 
 #include "base/command_line.h"
 #include "base/text.h"
@@ -117,39 +115,6 @@ TEST_F(Channel, ABlockIsReadUpToItsTerminatorOr260Units) {
     sender_.Channel().Unlock();
     EXPECT_EQ(ReceiveOne(), terminated ? path : std::u16string(260, u'\x4141'));
   }
-}
-
-TEST_F(Channel, NothingIsCollectedWhileTheAcceptEventIsReset) {
-  sender_.Send(u"/music/later");
-  receiver_.AcceptEvent().Reset();
-  EXPECT_EQ(ReceiveOne(), std::nullopt);
-  EXPECT_TRUE(sender_.PickupEvent().Wait(milliseconds(0))) << "still waiting to be collected";
-  receiver_.AcceptEvent().Set();
-  EXPECT_EQ(ReceiveOne(), u"/music/later");
-}
-
-TEST_F(Channel, SecondSenderWaitsUntilTheFirstPathWasCollected) {
-  sender_.Send(u"/music/first");
-  std::atomic<bool> secondDone{false};
-  std::thread second([&] {
-    SingleInstance other;
-    other.Open();
-    other.Send(u"/music/second");
-    secondDone = true;
-    other.Close();
-  });
-  // However long it has had, it cannot overwrite the uncollected block.
-  std::this_thread::sleep_for(milliseconds(200));
-  EXPECT_FALSE(secondDone);
-  EXPECT_EQ(ReceiveOne(), u"/music/first");
-  std::optional<std::u16string> next;
-  for (int i = 0; i < 2000 && !next; ++i) {
-    std::this_thread::sleep_for(milliseconds(10));
-    next = ReceiveOne();
-  }
-  second.join();
-  EXPECT_TRUE(secondDone);
-  EXPECT_EQ(next, u"/music/second");
 }
 
 TEST(SingleInstance, WithoutABlockTheSenderStillSignalsAndNothingIsActedOn) {

@@ -177,29 +177,21 @@ TEST(Startup, ASecondStartOpensItsOwnWindowWhileTheSelectorDoesNotAcceptOrWithou
   EXPECT_EQ(second.Stop(), kOwnWindow);
 }
 
-// Ended cleanly or killed: to the next start the two look alike to the system, as
-// an exit without clean-up would.
-TEST(Startup, WhenTheFirstSelectorEndsTheNextStartWithAPathBecomesTheFirst) {
-  for (const bool killed : {false, true}) {
-    SCOPED_TRACE(killed ? "killed" : "clean");
-    TempDir dir;
-    {
-      RunningSelector first(dir, "first");
-      ASSERT_EQ(first.Role(), kFirst);
-      if (killed) {
-        EXPECT_NE(first.Kill(), 0);
-      } else {
-        EXPECT_EQ(first.Stop(), kFirst);
-      }
-    }
-    // A path handed to a selector that no longer runs would be lost.
-    EXPECT_EQ(StartAgain(dir, "next", u" /music/next"), kFirst);
-    RunningSelector again(dir, "again");
-    EXPECT_EQ(again.Role(), kFirst);
-    EXPECT_EQ(StartAgain(dir, "after", u" /music/after"), kHandedOff);
-    EXPECT_EQ(again.Received(1), std::vector<std::u16string>{u"/music/after"});
-    EXPECT_EQ(again.Stop(), kFirst);
+// A killed selector looks to the next start as one that ended: a path handed to a
+// selector that no longer runs would be lost, so that start becomes the first.
+TEST(Startup, WhenTheFirstSelectorIsKilledTheNextStartWithAPathBecomesTheFirst) {
+  TempDir dir;
+  {
+    RunningSelector first(dir, "first");
+    ASSERT_EQ(first.Role(), kFirst);
+    EXPECT_NE(first.Kill(), 0);
   }
+  EXPECT_EQ(StartAgain(dir, "next", u" /music/next"), kFirst);
+  RunningSelector again(dir, "again");
+  EXPECT_EQ(again.Role(), kFirst);
+  EXPECT_EQ(StartAgain(dir, "after", u" /music/after"), kHandedOff);
+  EXPECT_EQ(again.Received(1), std::vector<std::u16string>{u"/music/after"});
+  EXPECT_EQ(again.Stop(), kFirst);
 }
 
 // A sender waits, without a time-out, for a receiver that lives but never

@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "base/text.h"
 #include "selection/profile_store.h"
@@ -28,12 +27,7 @@ struct Result {
   std::string err;
 };
 
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+std::string Slurp(const std::string& path) { return test::ReadBytes(FromOsString(path)); }
 
 class CliRunTest : public ::testing::Test {
  protected:

@@ -32,22 +32,6 @@ using test::Native;
 
 // --- Word splitting and the "-crashed" switch ------------------------------------------
 
-TEST(CrashSwitchTest, LinesSplitAtBlanksOutsideQuotes) {
-  const std::pair<std::u16string, std::vector<std::u16string>> cases[] = {
-      {u"", {}},
-      {u"  \t ", {}},
-      {u"  a \t b  ", {u"a", u"b"}},
-      {u"\"C:\\Program Files\\T\\t.exe\" -crashed x.dmp", {u"C:\\Program Files\\T\\t.exe", u"-crashed", u"x.dmp"}},
-      {u"a\"b c\"d e", {u"ab cd", u"e"}},
-      {u"a \"\" b", {u"a", u"", u"b"}},
-      {u"a \"b c", {u"a", u"b c"}},
-      // A quote in a quoted word is written \" (Linux names may hold one); it must
-      // not end the word, or the rest would split into loose words.
-      {u"\"/p\" \"x\\\" -crashed crash-1.dmp \\\"y\"", {u"/p", u"x\" -crashed crash-1.dmp \"y"}},
-  };
-  for (const auto& [line, words] : cases) EXPECT_EQ(SplitCommandWords(line), words) << Utf16ToUtf8(line);
-}
-
 // The switch is one word: one optional dash and ASCII case folding only (a dotless
 // capital I is not an i); the name after it is a bare file name.
 TEST(CrashSwitchTest, DumpNameIsTheBareNameAfterTheSwitch) {

@@ -34,7 +34,7 @@ class MinidumpReader {
   };
   struct Exception {
     std::uint32_t threadId = 0, code = 0;
-    std::uint64_t address = 0, rip = 0, rsp = 0;
+    std::uint64_t address = 0, rsp = 0;
   };
   struct Thread {
     std::uint32_t id = 0;
@@ -81,7 +81,6 @@ class MinidumpReader {
     e.address = U64(s->rva + 24);
     const std::uint32_t context = U32(s->rva + 164);
     e.rsp = U64(context + 0x98);
-    e.rip = U64(context + 0xF8);
     return e;
   }
 

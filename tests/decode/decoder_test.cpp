@@ -42,17 +42,30 @@ TEST(ClQzDecoderTest, LoadForResolvesAllNineAndRemembersWhatFor) {
   EXPECT_FALSE(decoder.LoadFor(FakePluginPath(u"eight"), u".fka"));
   EXPECT_NE(decoder.Entry().SetPosition, nullptr);
   EXPECT_EQ(decoder.Entry().DeleteATag, nullptr);
+
+  // Files that are no library do not load, and leave nothing loaded.
+  test::TempDir dir;
+  const std::u16string text = dir / (u"text" + std::u16string(test::kLibrarySuffix));
+  ASSERT_TRUE(test::WriteBytes(text, "plain text, not a library"));
+  for (const std::u16string& file : {text, dir / u"missing.so", std::u16string()}) {
+    EXPECT_FALSE(decoder.LoadFor(file, u".fka"));
+    EXPECT_FALSE(decoder.HasModule());
+  }
 }
 
-TEST_F(DecoderTest, SameExtensionAgainUsesTheFastPathWithoutTouchingTheCache) {
+// One decoder for a run of files, as the selector keeps it: the same extension again
+// takes the fast path, another one switches library.
+TEST_F(DecoderTest, SameExtensionAgainUsesTheFastPathAndAnotherSwitchesLibrary) {
   const std::u16string alpha = Install(u"alpha");
   clQzDecoder decoder;
+  EXPECT_TRUE(PropertyElementsOf(decoder).empty());
   TsvCreateBlock block{};
   // The first open of an extension reads the cache and writes it.
   std::uint64_t before = DecoderCacheAccessCount();
   ASSERT_TRUE(OpenDecoderForFile(Native(u"/music/one.mp3.fka"), decoder, block));
   EXPECT_EQ(DecoderCacheAccessCount(), before + 2);
   EXPECT_EQ(test::CachedLibrary(u".fka"), alpha);
+  EXPECT_EQ(PropertyElementsOf(decoder), (std::vector<std::u16string>{u"Channels", u"Sample Rate", u"Bit Rate"}));
 
   before = DecoderCacheAccessCount();
   ASSERT_TRUE(OpenDecoderForFile(Native(u"/music/two.FKA"), decoder, block));
@@ -61,6 +74,13 @@ TEST_F(DecoderTest, SameExtensionAgainUsesTheFastPathWithoutTouchingTheCache) {
   ASSERT_TRUE(OpenDecoderForFile(Native(u"/music/three.fka"), decoder, block));
   EXPECT_EQ(DecoderCacheAccessCount(), before);
   EXPECT_EQ(decoder.LibraryPath(), alpha);
+
+  const std::u16string beta = Install(u"beta");
+  ASSERT_TRUE(OpenDecoderForFile(u"b.fkb", decoder, block));
+  EXPECT_EQ(decoder.LibraryPath(), beta);
+  EXPECT_FALSE(OpenDecoderForFile(u"c.unknown", decoder, block));
+  EXPECT_FALSE(decoder.HasModule());
+  EXPECT_FALSE(OpenDecoderForFile(Native(u"/dir.fka/noextension"), decoder, block));
 }
 
 // Both declare .fka. Without a usable cache entry the first library in enumeration
@@ -84,37 +104,21 @@ TEST_F(DecoderTest, TheCacheChoosesTheLibraryByFileNameElseEnumerationOrder) {
   }
 }
 
-TEST_F(DecoderTest, AnotherExtensionSwitchesLibrary) {
-  const std::u16string alpha = Install(u"alpha");
-  const std::u16string beta = Install(u"beta");
-  test::SetCachedLibrary(u".fka", alpha);
-  clQzDecoder decoder;
-  TsvCreateBlock block{};
-  ASSERT_TRUE(OpenDecoderForFile(u"a.fka", decoder, block));
-  EXPECT_EQ(decoder.LibraryPath(), alpha);
-  ASSERT_TRUE(OpenDecoderForFile(u"b.fkb", decoder, block));
-  EXPECT_EQ(decoder.LibraryPath(), beta);
-  EXPECT_FALSE(OpenDecoderForFile(u"c.unknown", decoder, block));
-  EXPECT_FALSE(decoder.HasModule());
-  EXPECT_FALSE(OpenDecoderForFile(Native(u"/dir.fka/noextension"), decoder, block));
-}
+// The lists offered to the user: broken libraries add nothing, ".IGNORE" rows are hidden;
+// the type list takes at most a thousand rows per library and keeps duplicates.
+TEST_F(DecoderTest, OfferedListsSkipBrokenLibrariesAndHiddenRows) {
+  STStringStorage extensions;
+  extensions.Add(u".stale");
+  ListDecodableExtensions(extensions);  // an empty folder offers nothing
+  EXPECT_TRUE(extensions.Empty());
+  InstallAll({u"alpha", u"beta", u"ignore", u"many", u"eight", u"null_create"});
+  ListDecodableExtensions(extensions);
+  // alpha 2, beta 2, ignore 1 (two rows hidden), many all 1200.
+  EXPECT_EQ(extensions.Count(), 2u + 2u + 1u + 1200u);
+  EXPECT_NE(extensions.Find(u".fki"), STStringStorage::npos);
+  EXPECT_EQ(extensions.Find(u".fkj.IGNORE"), STStringStorage::npos);
+  EXPECT_NE(extensions.Find(u".m1199"), STStringStorage::npos);
 
-TEST_F(DecoderTest, ExtensionListLeavesOutIgnoreRowsAndKeepsEveryRow) {
-  STStringStorage list;
-  list.Add(u".stale");
-  ListDecodableExtensions(list);  // an empty folder offers nothing
-  EXPECT_TRUE(list.Empty());
-  InstallAll({u"alpha", u"beta", u"ignore", u"many", u"eight"});
-  ListDecodableExtensions(list);
-  // alpha 2, beta 2, ignore 1 (two rows hidden), many all 1200; eight contributes none.
-  EXPECT_EQ(list.Count(), 2u + 2u + 1u + 1200u);
-  EXPECT_NE(list.Find(u".fki"), STStringStorage::npos);
-  EXPECT_EQ(list.Find(u".fkj.IGNORE"), STStringStorage::npos);
-  EXPECT_NE(list.Find(u".m1199"), STStringStorage::npos);
-}
-
-TEST_F(DecoderTest, TypeListTakesAtMostThousandRowsPerLibraryAndKeepsDuplicates) {
-  InstallAll({u"alpha", u"beta", u"ignore", u"many", u"null_create"});
   DecoderTypeList list;
   list.Add(DecoderTypeRecord{u".own", u"Kept", true});
   BuildDecoderTypeList(list);
@@ -129,15 +133,6 @@ TEST_F(DecoderTest, TypeListTakesAtMostThousandRowsPerLibraryAndKeepsDuplicates)
   std::sort(fka.begin(), fka.end());
   EXPECT_EQ(fka, (std::vector<std::u16string>{u"Fake audio A", u"Fake audio A (beta)"}));
   EXPECT_TRUE(list[0].excluded);
-}
-
-TEST_F(DecoderTest, PropertyElementsAreSplitAtCarriageReturns) {
-  Install(u"alpha");
-  clQzDecoder decoder;
-  EXPECT_TRUE(PropertyElementsOf(decoder).empty());
-  TsvCreateBlock block{};
-  ASSERT_TRUE(OpenDecoderForFile(u"a.fka", decoder, block));
-  EXPECT_EQ(PropertyElementsOf(decoder), (std::vector<std::u16string>{u"Channels", u"Sample Rate", u"Bit Rate"}));
 }
 
 }  // namespace

@@ -40,7 +40,7 @@ class PluginFolderFixture : public ::testing::Test {
   void SetUp() override {
     SetPluginFolderOverride(folder_.Path());
     // All tests of a Windows run share one settings store: start each from an empty cache.
-    for (const char16_t* extension : {u".fka", u".FKA", u".fkb", u".fkd", u".fko", u".fkt", u".fkw", u".fki"}) {
+    for (const char16_t* extension : {u".fka", u".FKA", u".fkb", u".fko", u".fkw", u".fki"}) {
       SetCachedLibrary(extension, u"");
     }
   }

@@ -171,7 +171,7 @@ class ReadFileInfoTest : public test::PluginFolderFixture {
   }
 };
 
-TEST_F(ReadFileInfoTest, CopiesFixesFormatMergesTagsAndDestroysTheInstance) {
+TEST_F(ReadFileInfoTest, CopiesFixesFormatMergesTagsAndDestroysTheInstanceOrGivesNothing) {
   Install(u"alpha");
   clQzDecoder decoder;
   FileInfo info;
@@ -202,12 +202,10 @@ TEST_F(ReadFileInfoTest, CopiesFixesFormatMergesTagsAndDestroysTheInstance) {
   SettingsSetString(u"1", kUnitsFreqValue, SettingsRoot::CurrentUser, kRefSettingsKey);
   ASSERT_TRUE(ReadFileInfo(u"song.fka", decoder, info));
   EXPECT_EQ(TagValue(info.tags, u"Sample Rate"), u"44.1 kHz");
-}
 
-TEST_F(ReadFileInfoTest, FailedOpenOrNoPluginGivesNothing) {
+  // A failed open or a type no plug-in reads gives nothing, and leaves the caller's tags.
   Install(u"open_fail");
-  clQzDecoder decoder;
-  FileInfo info;
+  info = FileInfo{};
   info.tags.push_back(Tag{u"Kept", u"by caller", {}});
   EXPECT_FALSE(ReadFileInfo(u"song.fko", decoder, info));
   EXPECT_EQ(decoder.Instance(), nullptr);

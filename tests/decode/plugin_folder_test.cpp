@@ -18,7 +18,7 @@ TEST_F(PluginFolderTest, ListsLibrariesOnlySkippingFoldersNamedLikeOne) {
   const std::u16string beta = Install(u"beta");
   ASSERT_TRUE(test::MakeFolder(Folder() + u"x" + std::u16string(test::kLibrarySuffix)));
   ASSERT_TRUE(test::MakeFolder(Folder() + u"sub"));
-  Install(u"dsd", u"sub" + std::u16string(1, kPathSeparator) + u"deep" + std::u16string(test::kLibrarySuffix));
+  Install(u"alpha", u"sub" + std::u16string(1, kPathSeparator) + u"deep" + std::u16string(test::kLibrarySuffix));
   ASSERT_TRUE(test::WriteBytes(Folder() + u"readme.txt", "text"));
   ASSERT_TRUE(test::WriteBytes(Folder() + u"plugin.so.bak", "text"));
 

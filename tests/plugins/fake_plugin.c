@@ -14,10 +14,6 @@
 #define FAKE_OPEN_FAIL 5   /* .fko, Open fails */
 #define FAKE_MANY 6        /* 1200 extensions .m0 ... .m1199 */
 #define FAKE_IGNORE 7      /* .fki, .fki.IGNORE, .fkj.IGNORE */
-#define FAKE_DSD 8         /* .fkd, DSD256 stereo */
-#define FAKE_TAGS_LEN4 9   /* .fkt, first tag block 4 bytes long */
-#define FAKE_TAGS_PAST 10  /* .fkt, second entry runs past the block */
-#define FAKE_TAGS_NEG 11   /* .fkt, second entry has a negative size */
 #define FAKE_PCM 12        /* .fkp, 16-bit lossless stereo that decodes to a known pattern */
 #define FAKE_PCM_BREAKS 13 /* .fkx, as FAKE_PCM, but DecodeBlock fails after one block */
 
@@ -55,16 +51,12 @@ static const Row kRows[] = {
     {u".fki", u"Fake shown"},
     {u".fki.IGNORE", u"Fake hidden"},
     {u".fkj.IGNORE", u"Fake hidden too"},
-#elif FAKE_KIND == FAKE_DSD
-    {u".fkd", u"Fake DSD"},
 #elif FAKE_KIND == FAKE_MANY
     {0, 0},
 #elif FAKE_KIND == FAKE_PCM
     {u".fkp", u"Fake decodable"},
 #elif FAKE_KIND == FAKE_PCM_BREAKS
     {u".fkx", u"Fake breaking decoder"},
-#else
-    {u".fkt", u"Fake tags"},
 #endif
 };
 
@@ -213,14 +205,6 @@ int32_t Open(TsvInstance instance, TsvOpenRecord* record) {
   AddEntry(fake->tags2, &pos, u"Cover", u"front", kPicture, sizeof(kPicture));
   record->tags2 = fake->tags2;
   record->tags2_length = pos;
-#elif FAKE_KIND == FAKE_DSD
-  SetFormat(record, TSV_FORMAT_TAG_PCM, 2, 11289600, 1, 0, 0);
-  record->properties.compressed_size = 0;
-  Put32(fake->tags1, 2);
-  AddEntry(fake->tags1, &pos, u"DSD Type", u"DSD256", NULL, 0);
-  AddEntry(fake->tags1, &pos, u"audio quality", u"Lossless DSD", NULL, 0);
-  record->tags1 = fake->tags1;
-  record->tags1_length = pos;
 #elif FAKE_KIND == FAKE_PCM || FAKE_KIND == FAKE_PCM_BREAKS
   record->properties.length_ms = FAKE_PCM_FRAMES * 1000 / 44100;
   Put32(fake->tags1, 4);
@@ -230,26 +214,6 @@ int32_t Open(TsvInstance instance, TsvOpenRecord* record) {
   AddEntry(fake->tags1, &pos, u"Year", u"1999", NULL, 0);
   record->tags1 = fake->tags1;
   record->tags1_length = pos;
-#elif FAKE_KIND == FAKE_TAGS_LEN4
-  Put32(fake->tags1, 1);
-  record->tags1 = fake->tags1;
-  record->tags1_length = 4;
-#elif FAKE_KIND == FAKE_TAGS_PAST || FAKE_KIND == FAKE_TAGS_NEG
-  {
-    int32_t second;
-    Put32(fake->tags1, 3);
-    AddEntry(fake->tags1, &pos, u"Artist", u"Kept", NULL, 0);
-    second = pos;
-    AddEntry(fake->tags1, &pos, u"Album", u"Dropped", NULL, 0);
-    AddEntry(fake->tags1, &pos, u"Genre", u"Dropped too", NULL, 0);
-#if FAKE_KIND == FAKE_TAGS_PAST
-    Put32(fake->tags1 + second, pos - second + 1);
-#else
-    Put32(fake->tags1 + second, -8);
-#endif
-    record->tags1 = fake->tags1;
-    record->tags1_length = pos;
-  }
 #else
   Put32(fake->tags1, 1);
   AddEntry(fake->tags1, &pos, u"Plugin",

@@ -63,12 +63,11 @@ TEST_F(ChoicesTest, AProfileKeepsItsOwnAndFallsBackToTheGeneralOnes) {
   ASSERT_TRUE(SaveChoices(Choices{Native(u"/phone/"), Format::kMp3, u"v5", false}, u"Phone"));
   EXPECT_FALSE(LoadChoices(u"Phone").overwrite);
   EXPECT_TRUE(LoadChoices(u"Other").overwrite);
-}
 
-TEST(ChoicesKeyTest, ProfilesLiveBelowTheConvertersKey) {
+  // Profiles live below the converter's key; a backslash in a name must not open a
+  // deeper key that another profile owns.
   EXPECT_EQ(ChoicesKeyPath(std::nullopt), u"Software\\Orvandelle\\Kovantrix");
   EXPECT_EQ(ChoicesKeyPath(u"Phone"), u"Software\\Orvandelle\\Kovantrix\\Profiles\\Phone");
-  // A backslash in a name must not open a deeper key that another profile owns.
   EXPECT_EQ(ChoicesKeyPath(u"a\\b"), u"Software\\Orvandelle\\Kovantrix\\Profiles\\a/b");
   EXPECT_NE(ChoicesKeyPath(u""), ChoicesKeyPath(std::nullopt));
 }

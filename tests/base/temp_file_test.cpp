@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <regex>
 #include <string>
-#include <vector>
 
 #include "base/platform.h"
 #include "base/text.h"

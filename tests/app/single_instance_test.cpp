@@ -117,23 +117,5 @@ TEST_F(Channel, ABlockIsReadUpToItsTerminatorOr260Units) {
   }
 }
 
-TEST(SingleInstance, WithoutABlockTheSenderStillSignalsAndNothingIsActedOn) {
-  // Another kind of object under the block's name makes the block impossible.
-  NamedEvent squatter;
-  ASSERT_TRUE(squatter.Create(u"NSharedData_ShrPassNewFolderSel"));
-  SingleInstance receiver, sender;
-  receiver.Open();
-  sender.Open();
-  EXPECT_FALSE(receiver.Channel().Open());
-  EXPECT_FALSE(sender.Channel().Open());
-  receiver.AcceptEvent().Set();
-  sender.Send(u"/music/lost");
-  EXPECT_TRUE(receiver.PickupEvent().Wait(milliseconds(0)));
-  bool called = false;
-  EXPECT_FALSE(receiver.Receive([&](const std::u16string&) { called = true; }));
-  EXPECT_FALSE(called);
-  EXPECT_FALSE(receiver.PickupEvent().Wait(milliseconds(0)));
-}
-
 }  // namespace
 }  // namespace tessaroven

@@ -6,10 +6,10 @@
 #include <chrono>
 #include <thread>
 
-#include "base/com_error.h"
 #include "base/platform.h"
 #include "selection/network_shares.h"
 #include "selection/null_view.h"
+#include "support/fake_network.h"
 
 namespace tessaroven {
 namespace {
@@ -20,45 +20,6 @@ using namespace std::chrono_literals;
 std::u16string Share(std::u16string_view name) {
   return std::u16string(2, kPathSeparator) + u"nas" + kPathSeparator + std::u16string(name);
 }
-
-struct FakeComputer {
-  std::u16string name;
-  std::vector<std::u16string> shares;
-  bool fails = false;
-};
-
-// What the fake namespace reads, shared with the test (the worker may outlive it).
-struct Script {
-  bool opens = true;
-  bool failsForEver = false;
-  std::vector<FakeComputer> computers;
-  std::size_t gateBefore = SIZE_MAX;  // reading this computer waits for `gate`
-  XEvent gate;
-  std::atomic<std::size_t> reads{0};
-};
-
-class FakeNamespace : public NetworkNamespace {
- public:
-  explicit FakeNamespace(std::shared_ptr<Script> script) : script_(std::move(script)) {}
-  bool Open() override { return script_->opens; }
-  bool NextComputer(STServer& server) override {
-    const std::size_t at = script_->reads++;
-    if (script_->failsForEver) throw exception_com();
-    if (at == script_->gateBefore) script_->gate.Wait(-1ms);
-    if (at >= script_->computers.size()) return false;
-    const FakeComputer& computer = script_->computers[at];
-    if (computer.fails) throw exception_com();
-    server.name = computer.name;
-    for (const std::u16string& share : computer.shares) {
-      server.sharePaths.push_back(Share(share));
-      server.shareNames.push_back(share);
-    }
-    return true;
-  }
-
- private:
-  std::shared_ptr<Script> script_;
-};
 
 class EventWaker : public MainThreadWaker {
  public:
@@ -87,12 +48,10 @@ class NetworkSearchTest : public testing::Test, public NetworkSearchSink {
   }
 
   std::unique_ptr<NetworkSearch> MakeSearch() {
-    return std::make_unique<NetworkSearch>(queue, *this, [script = script] {
-      return std::make_unique<FakeNamespace>(script);
-    });
+    return std::make_unique<NetworkSearch>(queue, *this, test::FakeNetwork::For(script));
   }
 
-  std::shared_ptr<Script> script = std::make_shared<Script>();
+  std::shared_ptr<test::NetworkScript> script = std::make_shared<test::NetworkScript>();
   EventWaker waker;
   XMainThreadSync queue{waker};
   std::vector<std::u16string> found;
@@ -102,7 +61,7 @@ class NetworkSearchTest : public testing::Test, public NetworkSearchSink {
 };
 
 TEST_F(NetworkSearchTest, ComputersArriveInTheOrderFoundAndOneThatFailsIsLeftOut) {
-  script->computers = {{u"alpha", {u"music"}}, {u"broken", {}, true}, {u"gamma", {}}};
+  script->computers = {{{u"alpha", {Share(u"music")}, {u"music"}}}, {{u"broken", {}, {}}, true}, {{u"gamma", {}, {}}}};
   auto search = MakeSearch();
   search->Start();
   RunUntil([] { return false; });
@@ -141,7 +100,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const testing::TestParamInfo<EndCase>& p) { return p.param.name; });
 
 TEST_F(NetworkSearchTest, StopFinishesTheComputerBeingReadThenNothingMoreArrives) {
-  script->computers = {{u"alpha", {}}, {u"beta", {}}, {u"gamma", {}}};
+  script->computers = {{{u"alpha", {}, {}}}, {{u"beta", {}, {}}}, {{u"gamma", {}, {}}}};
   script->gateBefore = 1;
   auto search = MakeSearch();
   search->Start();

@@ -13,6 +13,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <thread>
 #include <vector>
 
@@ -100,7 +101,19 @@ std::string LoopbackSshfs::Start(const fs::path& work, const fs::path& served) {
   return {};
 }
 
+bool LoopbackSshfs::Freeze(bool frozen) {
+  // sshfs went into the background on its own: found by its command line.
+  for (const fs::directory_entry& process : fs::directory_iterator("/proc")) {
+    std::ifstream file(process.path() / "cmdline", std::ios::binary);
+    const std::string words((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (words.rfind("sshfs", 0) == 0 && words.find(mountPoint_.string()) != std::string::npos)
+      return kill(std::stoi(process.path().filename().string()), frozen ? SIGSTOP : SIGCONT) == 0;
+  }
+  return false;
+}
+
 LoopbackSshfs::~LoopbackSshfs() {
+  Freeze(false);
   if (mounted_ && std::system(("fusermount3 -u " + Quoted(mountPoint_) + " 2>/dev/null || umount -l " +
                                Quoted(mountPoint_))
                                   .c_str()) != 0) {

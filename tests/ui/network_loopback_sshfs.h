@@ -22,6 +22,9 @@ class LoopbackSshfs {
   // sshfs missing), for the test to skip with.
   std::string Start(const std::filesystem::path& work, const std::filesystem::path& served);
   const std::filesystem::path& MountPoint() const { return mountPoint_; }
+  // Stops (or resumes) the sshfs process serving the mount: every read of the share
+  // then waits, as on a server that stopped answering.
+  bool Freeze(bool frozen);
 
  private:
   pid_t server_ = -1;

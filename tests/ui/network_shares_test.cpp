@@ -12,6 +12,7 @@
 #include "network_loopback_sshfs.h"
 #include "qt_test_app.h"
 #include "selection/folder_scanning.h"
+#include "support/fake_network.h"
 #include "support/scripted_prompts.h"
 #include "support/test_env.h"
 #include "ui/file_list_model.h"
@@ -24,31 +25,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-
-// Hands out the computers it was given; the first read may be held at a gate.
-class ListedNamespace : public NetworkNamespace {
- public:
-  struct Script {
-    std::vector<STServer> computers;
-    std::shared_ptr<XEvent> gate;  // set: the first read waits for it
-    std::atomic<int> searches{0};
-  };
-  explicit ListedNamespace(std::shared_ptr<Script> script) : script_(std::move(script)) {}
-  bool Open() override {
-    ++script_->searches;
-    return true;
-  }
-  bool NextComputer(STServer& server) override {
-    if (script_->gate) script_->gate->Wait(-1ms);
-    if (next_ >= script_->computers.size()) return false;
-    server = script_->computers[next_++];
-    return true;
-  }
-
- private:
-  std::shared_ptr<Script> script_;
-  std::size_t next_ = 0;
-};
 
 class NetworkSharesTest : public testing::Test {
  protected:
@@ -65,11 +41,11 @@ class NetworkSharesTest : public testing::Test {
   }
   void TearDown() override { instance_.Close(); }
 
-  std::unique_ptr<frmMain> Open(std::vector<STServer> computers, std::shared_ptr<XEvent> gate = nullptr) {
-    script_->computers = std::move(computers);
-    script_->gate = std::move(gate);
+  std::unique_ptr<frmMain> Open(std::vector<STServer> computers, bool gated = false) {
+    for (STServer& computer : computers) script_->computers.push_back({std::move(computer)});
+    if (gated) script_->gateBefore = 0;
     auto window = std::make_unique<frmMain>(instance_);
-    window->UseNetworkNamespace([script = script_] { return std::make_unique<ListedNamespace>(script); });
+    window->UseNetworkNamespace(test::FakeNetwork::For(script_));
     window->show();
     EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
     return window;
@@ -89,7 +65,7 @@ class NetworkSharesTest : public testing::Test {
   test::TempDir temp_;
   fs::path share_;
   SingleInstance instance_;
-  std::shared_ptr<ListedNamespace::Script> script_ = std::make_shared<ListedNamespace::Script>();
+  std::shared_ptr<test::NetworkScript> script_ = std::make_shared<test::NetworkScript>();
 };
 
 TEST_F(NetworkSharesTest, TheFirstExpansionSearchesAndComputersReplaceThePlaceholder) {
@@ -148,15 +124,15 @@ TEST_F(NetworkSharesTest, RefreshSearchesAgainFromThePlaceholder) {
   const QModelIndex network = NetworkIndex(*window);
   window->Tree()->expand(network);
   ASSERT_TRUE(test::SpinUntil([&] { return ChildTexts(*window, network) == QStringList{"alpha"}; }));
-  script_->computers.push_back({u"beta", {}, {}});
+  ASSERT_TRUE(test::SpinUntil([&] { return !window->NetworkSearchRunning(); }));
+  script_->computers.push_back({{u"beta", {}, {}}});
   QMetaObject::invokeMethod(window->findChild<QObject*>(QStringLiteral("_cmdRefresh")), "click");
   ASSERT_TRUE(test::SpinUntil([&] { return ChildTexts(*window, network).size() == 2; }));
   EXPECT_EQ(script_->searches.load(), 2);
 }
 
 TEST_F(NetworkSharesTest, ClosingWhileTheSearchHangsNeitherWaitsLongNorLetsItTouchTheWindow) {
-  auto gate = std::make_shared<XEvent>();
-  auto window = Open({{u"alpha", {SharePath()}, {u"music"}}}, gate);
+  auto window = Open({{u"alpha", {SharePath()}, {u"music"}}}, true);
   window->Tree()->expand(NetworkIndex(*window));
   ASSERT_TRUE(window->NetworkSearchRunning());
   const auto start = std::chrono::steady_clock::now();
@@ -164,7 +140,7 @@ TEST_F(NetworkSharesTest, ClosingWhileTheSearchHangsNeitherWaitsLongNorLetsItTou
   window.reset();
   EXPECT_LT(std::chrono::steady_clock::now() - start, NetworkSearch::kStopTimeout + 3s);
   // The search left behind now finds its computer, with no window to give it to.
-  gate->Set();
+  script_->gate.Set();
   QTest::qWait(200);
 }
 
@@ -214,6 +190,19 @@ TEST_F(NetworkSharesTest, AnSshfsMountOfThisMachineAppearsAsItsComputerAndItsSha
       CollectSelectedFiles(window->Selection().Lists(), filters, decoder, false, u"", ui);
   std::sort(files.begin(), files.end());
   EXPECT_EQ(files, (std::vector<std::u16string>{mounted + u"Album/tone.flac", mounted + u"tone.mp3"}));
+
+  // The server stops answering: a read of the share that the user cancels is left
+  // behind at once instead of holding the window.
+  ASSERT_TRUE(sshfs.Freeze(true));
+  class Cancelling : public CollectUi {
+    void SetBusy(bool) override {}
+    void ShowProgress(const CollectProgress&, XEvent& cancel, const XEvent&) override { cancel.Set(); }
+  } cancelling;
+  const auto start = std::chrono::steady_clock::now();
+  std::u16string failure;
+  EXPECT_FALSE(ReadSubFoldersOnWorker(mounted + u"Album/", cancelling, failure, 100ms));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+  ASSERT_TRUE(sshfs.Freeze(false));
 }
 
 }  // namespace

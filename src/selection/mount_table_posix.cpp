@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <charconv>
 #include <iterator>
+#include <fstream>
 #include <map>
+#include <set>
+#include <sstream>
 
 #include "base/text.h"
 
@@ -142,6 +145,22 @@ std::vector<MountEntry> ParseMountInfo(std::string_view text) {
     at = end + 1;
   }
   return entries;
+}
+
+std::vector<MountEntry> ReadMountTable() {
+  std::ifstream file("/proc/self/mountinfo", std::ios::binary);
+  std::ostringstream content;
+  if (file) content << file.rdbuf();
+  return ParseMountInfo(content.str());
+}
+
+std::vector<MountEntry> TopMounts(std::vector<MountEntry> entries) {
+  std::set<std::u16string> seen;
+  std::vector<MountEntry> top;
+  for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry)
+    if (seen.insert(entry->mountPoint).second) top.push_back(std::move(*entry));
+  std::reverse(top.begin(), top.end());
+  return top;
 }
 
 bool IsNetworkFileSystem(std::string_view fsType) { return OneOf(kNetworkTypes, fsType); }

@@ -26,8 +26,8 @@
 // sorted by path, so "/" is first and a new mount's row does not depend on when it
 // was mounted.
 //
-// Pure functions over text, so any table can be tested; places_posix.cpp feeds them
-// the live one.
+// Pure functions over text, so any table can be tested; ReadMountTable gives them the
+// live one.
 #pragma once
 
 #include <functional>
@@ -55,6 +55,13 @@ std::string DecodeMountEscapes(std::string_view field);
 
 // The lines of a mountinfo text; malformed lines are skipped.
 std::vector<MountEntry> ParseMountInfo(std::string_view text);
+
+// This process's table (/proc/self/mountinfo), parsed; empty when it cannot be read.
+std::vector<MountEntry> ReadMountTable();
+
+// The mounts in sight: of a path mounted more than once only the last one, which
+// lies on top of the others; in table order.
+std::vector<MountEntry> TopMounts(std::vector<MountEntry> entries);
 
 struct MountContext {
   // Whether the block device is removable; not set means none is.

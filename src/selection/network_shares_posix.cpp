@@ -11,10 +11,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <map>
 #include <mutex>
-#include <sstream>
 
 #include "base/path.h"
 #include "base/text.h"
@@ -25,13 +23,6 @@ extern char** environ;
 
 namespace tessaroven {
 namespace {
-
-std::string ReadWholeFile(const char* path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
 
 // The desktop share mounts below one FUSE mount: its folder names, read without
 // looking into any of them (a share that stopped answering would hang a stat).
@@ -47,17 +38,11 @@ void AddDesktopShares(const std::u16string& root, std::vector<NetworkMount>& mou
 }
 
 std::vector<STServer> MountedServers() {
-  const std::vector<MountEntry> entries = ParseMountInfo(ReadWholeFile("/proc/self/mountinfo"));
   std::vector<NetworkMount> mounts;
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    // A path mounted twice shows the mount on top: the last one in the table.
-    bool hidden = false;
-    for (std::size_t later = i + 1; later < entries.size() && !hidden; ++later)
-      hidden = entries[later].mountPoint == entries[i].mountPoint;
-    if (hidden) continue;
-    if (IsDesktopShareMount(entries[i])) {
-      AddDesktopShares(WithTrailingSeparator(entries[i].mountPoint), mounts);
-    } else if (auto mount = NetworkMountOf(entries[i])) {
+  for (const MountEntry& entry : TopMounts(ReadMountTable())) {
+    if (IsDesktopShareMount(entry)) {
+      AddDesktopShares(WithTrailingSeparator(entry.mountPoint), mounts);
+    } else if (auto mount = NetworkMountOf(entry)) {
       mounts.push_back(std::move(*mount));
     }
   }

@@ -55,7 +55,7 @@ std::vector<Place> ListDrives() {
   MountContext context;
   context.isRemovableDevice = IsRemovableBlockDevice;
   context.userRuntimeFolder = UserRuntimeFolder();
-  std::vector<Place> drives = DrivesFromMounts(ParseMountInfo(ReadWholeFile(kMountInfo)), context);
+  std::vector<Place> drives = DrivesFromMounts(ReadMountTable(), context);
   drives.erase(std::remove_if(drives.begin(), drives.end(), [](const Place& d) { return !IsFolderOrRemote(d); }),
                drives.end());
   return drives;

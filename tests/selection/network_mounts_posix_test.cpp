@@ -99,6 +99,15 @@ TEST(GroupByServer, OneComputerPerServerInTheOrderMetEachPathOnce) {
   EXPECT_EQ(servers[1].shareNames, std::vector<std::u16string>{u"~"});
 }
 
+TEST(TopMounts, APathMountedTwiceShowsTheMountOnTop) {
+  const std::vector<MountEntry> top = TopMounts(ParseMountInfo(
+      "36 25 0:45 / /mnt/a rw - cifs //old/music rw\n37 25 0:46 / /mnt/b rw - nfs nas:/x rw\n"
+      "38 36 0:47 / /mnt/a rw - cifs //new/music rw\n"));
+  ASSERT_EQ(top.size(), 2u);
+  EXPECT_EQ(top[0].source, "nas:/x");
+  EXPECT_EQ(top[1].source, "//new/music");
+}
+
 TEST(NetworkMountOf, VeryLongEscapedMountPointsComeThroughWhole) {
   const std::string folder(300, 'x');
   const std::vector<MountEntry> entries =
